@@ -1,0 +1,655 @@
+// The drawing database: construction, DXF load and atomic save, well-known objects, handles.
+#include <tv/KdDbDatabase.h>
+
+#include "db/KdDbDatabaseImpl.h"
+#include "db/KdDbTagConvert.h"
+#include "dxf/DxfDocument.h"
+#include "dxf/DxfTokenizer.h"
+
+#include <tv/KdDbBlockTableRecord.h>
+#include <tv/KdDbDictionary.h>
+#include <tv/KdDbEntity.h>
+#include <tv/KdDbLayerTableRecord.h>
+#include <tv/KdDbLayout.h>
+#include <tv/KdDbSymbolTable.h>
+#include <tv/KdDbSymbolTableRecord.h>
+#include <tv/KdDbTransactionManager.h>
+#include <tv/KdDbUndoJournal.h>
+#include <tv/KdDbViewport.h>
+#include <tv/KdDbXrecord.h>
+#include <tv/KdUtf8.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// -- String store --
+
+std::string_view KdDbStringStore::store(std::string_view raw) {
+    if (raw.empty())
+        return std::string_view("", 0);
+    if (m_used + raw.size() > m_capacity) {
+        size_t size = std::max<size_t>(64 * 1024, raw.size());
+        m_blocks.push_back(std::make_unique<char[]>(size));
+        m_used = 0;
+        m_capacity = size;
+    }
+    char* p = m_blocks.back().get() + m_used;
+    std::memcpy(p, raw.data(), raw.size());
+    m_used += raw.size();
+    return std::string_view(p, raw.size());
+}
+
+// -- Implementation state --
+
+KdDbDatabaseImpl::KdDbDatabaseImpl(KdDbDatabase* owner)
+    : self(owner), codec(std::make_unique<tvdxf::DxfCodec>()),
+      journal(std::make_unique<KdDbUndoJournal>(owner)),
+      transactions(std::make_unique<KdDbTransactionManager>(owner)) {}
+
+KdDbDatabaseImpl::~KdDbDatabaseImpl() {
+    // Objects go first: their destructors may not look at stubs of objects already gone.
+    objects.clear();
+}
+
+KdDbStub* KdDbDatabaseImpl::newStub(uint64_t handle) {
+    stubs.push_back(KdDbStub{self, nullptr, handle});
+    KdDbStub* stub = &stubs.back();
+    byHandle.emplace(handle, stub);
+    if (handle > maxHandle)
+        maxHandle = handle;
+    return stub;
+}
+
+int KdDbDatabaseImpl::headerIndex(std::string_view name) const {
+    for (size_t i = 0; i < header.size(); ++i)
+        if (header[i].code == 9 && tvdxf::trimmed(header[i].value()) == name)
+            return static_cast<int>(i);
+    return -1;
+}
+
+namespace {
+
+KdDbObject* objectOf(KdDbObjectId id) { return id.stub() ? id.stub()->object : nullptr; }
+
+} // namespace
+
+void KdDbDatabaseImpl::bindWellKnown() {
+    for (const KdDbObjectId& id : tables) {
+        auto* table = dynamic_cast<KdDbSymbolTable*>(objectOf(id));
+        if (!table)
+            continue;
+        std::string_view name = table->tableName();
+        if (name == "LAYER")
+            layerTable = id;
+        else if (name == "LTYPE")
+            linetypeTable = id;
+        else if (name == "BLOCK_RECORD")
+            blockTable = id;
+        else if (name == "APPID")
+            appIdTable = id;
+    }
+    if (auto* bt = dynamic_cast<KdDbSymbolTable*>(objectOf(blockTable))) {
+        KdDbObjectId id;
+        if (bt->getAt(L"*Model_Space", id) == Kdad::eOk)
+            modelSpace = id;
+        if (bt->getAt(L"*Paper_Space", id) == Kdad::eOk)
+            paperSpace = id;
+    } else {
+        // R12: blocks without records; the spaces are found by their BLOCK names.
+        for (const KdDbObjectId& id : blockOrder) {
+            auto* btr = dynamic_cast<KdDbBlockTableRecord*>(objectOf(id));
+            if (!btr)
+                continue;
+            std::wstring name = btr->cachedName();
+            for (auto& c : name)
+                c = static_cast<wchar_t>(towupper(c));
+            if (name == L"$MODEL_SPACE" || name == L"*MODEL_SPACE")
+                modelSpace = id;
+            else if (name == L"$PAPER_SPACE" || name == L"*PAPER_SPACE")
+                paperSpace = id;
+        }
+    }
+    namedObjects = KdDbObjectId::kNull;
+    for (const KdDbObjectId& id : objectsSection) {
+        if (dynamic_cast<KdDbDictionary*>(objectOf(id))) {
+            namedObjects = id; // the root dictionary comes first
+            break;
+        }
+    }
+    clayer = KdDbObjectId::kNull;
+    int idx = headerIndex("$CLAYER");
+    if (idx >= 0 && static_cast<size_t>(idx) + 1 < header.size()) {
+        if (auto* lt = dynamic_cast<KdDbSymbolTable*>(objectOf(layerTable))) {
+            std::wstring name = codec->decode(tvdxf::trimmed(header[static_cast<size_t>(idx) + 1].value()));
+            KdDbObjectId id;
+            if (lt->getAt(name.c_str(), id) == Kdad::eOk)
+                clayer = id;
+        }
+    }
+}
+
+void KdDbDatabaseImpl::bindEntityLayers() {
+    auto* lt = dynamic_cast<KdDbSymbolTable*>(objectOf(layerTable));
+    if (!lt)
+        return;
+    // Raw name -> layer; entities of one layer come in runs, so most lookups hit the cache.
+    std::unordered_map<std::string_view, KdDbStub*> byRawName;
+    for (const KdDbObjectId& id : lt->recordIds())
+        byRawName.emplace(tvdxf::trimmed(id.stub()->object->tagValue(2)), id.stub());
+    std::string_view lastName;
+    KdDbStub* lastLayer = nullptr;
+    size_t missing = 0;
+    for (auto& obj : objects) {
+        auto* ent = dynamic_cast<KdDbEntity*>(obj.get());
+        if (!ent)
+            continue;
+        std::string_view raw;
+        for (const KdDbTag& t : ent->tags()) {
+            if (t.code == 8) {
+                raw = tvdxf::trimmed(t.value());
+                break;
+            }
+        }
+        if (raw.empty())
+            continue;
+        if (raw != lastName || !lastLayer) {
+            auto it = byRawName.find(raw);
+            KdDbStub* found = it != byRawName.end() ? it->second : nullptr;
+            if (!found) {
+                // Names differ only in case, or by escapes: the table lookup decides.
+                KdDbObjectId id;
+                std::wstring name = codec->decode(raw);
+                if (lt->getAt(name.c_str(), id) == Kdad::eOk)
+                    found = id.stub();
+            }
+            lastName = raw;
+            lastLayer = found;
+            if (!found && missing++ < 20)
+                warnings.push_back("an entity names layer \"" + std::string(raw) +
+                                   "\" that the layer table does not have");
+        }
+        ent->bindLayer(lastLayer);
+    }
+}
+
+std::unique_ptr<KdDbObject> kdCreateObjectOfType(std::string_view type, bool inTablesSection,
+                                                 std::string_view tableName, bool isEntity) {
+    if (inTablesSection) {
+        if (type == "TABLE") {
+            if (tableName == "LAYER")
+                return std::make_unique<KdDbLayerTable>();
+            if (tableName == "LTYPE")
+                return std::make_unique<KdDbLinetypeTable>();
+            if (tableName == "BLOCK_RECORD")
+                return std::make_unique<KdDbBlockTable>();
+            return std::make_unique<KdDbSymbolTable>(tableName);
+        }
+        if (type == "LAYER")
+            return std::make_unique<KdDbLayerTableRecord>();
+        if (type == "LTYPE")
+            return std::make_unique<KdDbLinetypeTableRecord>();
+        if (type == "BLOCK_RECORD")
+            return std::make_unique<KdDbBlockTableRecord>();
+        if (type == "APPID")
+            return std::make_unique<KdDbRegAppTableRecord>();
+        return std::make_unique<KdDbSymbolTableRecord>(type);
+    }
+    if (isEntity) {
+        if (type == "VIEWPORT")
+            return std::make_unique<KdDbViewport>();
+        if (type == "BLOCK")
+            return std::make_unique<KdDbBlockBegin>();
+        if (type == "ENDBLK")
+            return std::make_unique<KdDbBlockEnd>();
+        if (type == "INSERT")
+            return std::make_unique<KdDbBlockReference>();
+        return std::make_unique<KdDbEntity>(type);
+    }
+    if (type == "DICTIONARY" || type == "ACDBDICTIONARYWDFLT")
+        return std::make_unique<KdDbDictionary>(type);
+    if (type == "XRECORD")
+        return std::make_unique<KdDbXrecord>();
+    if (type == "LAYOUT")
+        return std::make_unique<KdDbLayout>();
+    if (type == "PLOTSETTINGS")
+        return std::make_unique<KdDbPlotSettings>(type);
+    return std::make_unique<KdDbObject>(type);
+}
+
+// -- Database --
+
+KdDbDatabase::KdDbDatabase(bool buildDefaultDrawing, bool /*noDocument*/)
+    : m_impl(std::make_unique<KdDbDatabaseImpl>(this)) {
+    if (buildDefaultDrawing) {
+        std::string error;
+        [[maybe_unused]] Kdad::ErrorStatus es =
+            readDxfBuffer(tvdxf::newDrawingTemplate(), &error, "<new drawing>");
+        m_impl->fileName.clear();
+    }
+}
+
+KdDbDatabase::~KdDbDatabase() = default;
+
+Kdad::ErrorStatus KdDbDatabase::readDxfFile(const char* path, std::string* error) {
+    FILE* f = std::fopen(path, "rb");
+    if (!f) {
+        if (error)
+            *error = std::string(path) + ": cannot open: " + std::strerror(errno);
+        return errno == ENOENT ? Kdad::eFileNotFound : Kdad::eFileAccessErr;
+    }
+    std::string text;
+    struct stat st {};
+    if (fstat(fileno(f), &st) == 0 && st.st_size > 0)
+        text.resize(static_cast<size_t>(st.st_size));
+    size_t got = text.empty() ? 0 : std::fread(text.data(), 1, text.size(), f);
+    bool readError = std::ferror(f) != 0;
+    std::fclose(f);
+    if (readError || got != text.size()) {
+        if (error)
+            *error = std::string(path) + ": read error";
+        return Kdad::eFileAccessErr;
+    }
+    Kdad::ErrorStatus es = readDxfBuffer(std::move(text), error, path);
+    if (es == Kdad::eOk)
+        m_impl->fileName = path;
+    return es;
+}
+
+Kdad::ErrorStatus KdDbDatabase::readDxfBuffer(std::string text, std::string* error,
+                                              const char* name) {
+    auto fresh = std::make_unique<KdDbDatabaseImpl>(this);
+    fresh->fileText = std::move(text);
+    std::string message;
+    long long line = 0;
+    if (!tvdxf::readDocument(*fresh, message, line)) {
+        if (error)
+            *error = std::string(name) + ":" + message.substr(message.find(' ') + 1);
+        return Kdad::eInvalidDxfFile;
+    }
+    fresh->fileName = name;
+    m_impl = std::move(fresh);
+    return Kdad::eOk;
+}
+
+Kdad::ErrorStatus KdDbDatabase::readDwgFile(const wchar_t* path, std::string* error) {
+    if (!path)
+        return Kdad::eInvalidInput;
+    return readDxfFile(tvToUtf8(path).c_str(), error);
+}
+
+KdDb::DwgVersion KdDbDatabase::originalFileVersion() const { return m_impl->version; }
+
+KdDb::DwgVersion KdDbDatabase::version() const {
+    return m_impl->version == KdDb::kDHL_1009 ? KdDb::kDHL_1009 : m_impl->version;
+}
+
+const std::vector<std::string>& KdDbDatabase::readWarnings() const { return m_impl->warnings; }
+
+const std::string& KdDbDatabase::fileName() const { return m_impl->fileName; }
+
+Kdad::ErrorStatus KdDbDatabase::writeDxf(std::string& out, KdDb::DwgVersion ver,
+                                         std::string* error) {
+    if (ver == KdDb::kDHL_Unknown)
+        ver = version();
+    std::string message;
+    if (!tvdxf::writeDocument(*m_impl, ver, out, message)) {
+        if (error)
+            *error = message;
+        return Kdad::eNotApplicable;
+    }
+    return Kdad::eOk;
+}
+
+namespace {
+
+std::string backupNameOf(const std::string& path) {
+    size_t slash = path.find_last_of('/');
+    size_t dot = path.find_last_of('.');
+    if (dot != std::string::npos && (slash == std::string::npos || dot > slash))
+        return path.substr(0, dot) + ".bak";
+    return path + ".bak";
+}
+
+bool writeAll(int fd, const std::string& data) {
+    const char* p = data.data();
+    size_t left = data.size();
+    while (left > 0) {
+        ssize_t n = ::write(fd, p, left);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return false;
+        }
+        p += n;
+        left -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+} // namespace
+
+Kdad::ErrorStatus KdDbDatabase::saveAs(const char* path, std::string* error,
+                                       KdDb::DwgVersion ver) {
+    std::string text;
+    Kdad::ErrorStatus es = writeDxf(text, ver, error);
+    if (es != Kdad::eOk)
+        return es;
+    std::string target(path);
+    std::string tmp = target + ".tmpXXXXXX";
+    int fd = mkstemp(tmp.data());
+    auto fail = [&](const char* what) {
+        if (error)
+            *error = target + ": " + what + ": " + std::strerror(errno);
+        return Kdad::eFileAccessErr;
+    };
+    if (fd < 0)
+        return fail("cannot create a temporary file beside it");
+    fchmod(fd, 0644);
+    if (!writeAll(fd, text) || fsync(fd) != 0) {
+        int saved = errno;
+        ::close(fd);
+        ::unlink(tmp.c_str());
+        errno = saved;
+        return fail("cannot write");
+    }
+    ::close(fd);
+    struct stat st {};
+    if (::stat(target.c_str(), &st) == 0) {
+        // Keep the previous file as NAME.bak: a hard link keeps the target in place until the
+        // rename replaces it, so the drawing is never missing.
+        std::string bak = backupNameOf(target);
+        ::unlink(bak.c_str());
+        if (::link(target.c_str(), bak.c_str()) != 0 && ::rename(target.c_str(), bak.c_str()) != 0) {
+            int saved = errno;
+            ::unlink(tmp.c_str());
+            errno = saved;
+            return fail("cannot keep the previous file as .bak");
+        }
+    }
+    if (::rename(tmp.c_str(), target.c_str()) != 0) {
+        int saved = errno;
+        ::unlink(tmp.c_str());
+        errno = saved;
+        return fail("cannot rename the temporary file over it");
+    }
+    m_impl->fileName = target;
+    return Kdad::eOk;
+}
+
+// -- Tables and well-known objects --
+
+template <class T> static Kdad::ErrorStatus openAs(KdDbObjectId id, T*& out, KdDb::OpenMode mode) {
+    out = nullptr;
+    if (id.isNull())
+        return Kdad::eKeyNotFound;
+    return kddbOpenObject(out, id, mode);
+}
+
+Kdad::ErrorStatus KdDbDatabase::getSymbolTable(KdDbLayerTable*& table, KdDb::OpenMode mode) {
+    return openAs(m_impl->layerTable, table, mode);
+}
+Kdad::ErrorStatus KdDbDatabase::getSymbolTable(KdDbLinetypeTable*& table, KdDb::OpenMode mode) {
+    return openAs(m_impl->linetypeTable, table, mode);
+}
+Kdad::ErrorStatus KdDbDatabase::getSymbolTable(KdDbBlockTable*& table, KdDb::OpenMode mode) {
+    return openAs(m_impl->blockTable, table, mode);
+}
+
+KdDbObjectId KdDbDatabase::layerTableId() const { return m_impl->layerTable; }
+KdDbObjectId KdDbDatabase::linetypeTableId() const { return m_impl->linetypeTable; }
+KdDbObjectId KdDbDatabase::blockTableId() const { return m_impl->blockTable; }
+KdDbObjectId KdDbDatabase::regAppTableId() const { return m_impl->appIdTable; }
+KdDbObjectId KdDbDatabase::modelSpaceId() const { return m_impl->modelSpace; }
+KdDbObjectId KdDbDatabase::paperSpaceId() const { return m_impl->paperSpace; }
+
+KdDbObjectId KdDbDatabase::tableId(std::string_view name) const {
+    for (const KdDbObjectId& id : m_impl->tables) {
+        auto* table = dynamic_cast<KdDbSymbolTable*>(objectOf(id));
+        if (table && tvdxf::equalsNoCase(table->tableName(), name))
+            return id;
+    }
+    return KdDbObjectId::kNull;
+}
+
+static KdDbObjectId recordOf(KdDbObjectId tableId, const wchar_t* name) {
+    auto* table = dynamic_cast<KdDbSymbolTable*>(objectOf(tableId));
+    KdDbObjectId id;
+    if (table && table->getAt(name, id) == Kdad::eOk)
+        return id;
+    return KdDbObjectId::kNull;
+}
+
+KdDbObjectId KdDbDatabase::layerZero() const { return recordOf(m_impl->layerTable, L"0"); }
+KdDbObjectId KdDbDatabase::byLayerLinetype() const {
+    return recordOf(m_impl->linetypeTable, L"ByLayer");
+}
+KdDbObjectId KdDbDatabase::byBlockLinetype() const {
+    return recordOf(m_impl->linetypeTable, L"ByBlock");
+}
+KdDbObjectId KdDbDatabase::continuousLinetype() const {
+    return recordOf(m_impl->linetypeTable, L"Continuous");
+}
+
+KdDbObjectId KdDbDatabase::clayer() const {
+    KdDbObjectId id = m_impl->clayer;
+    if (id.isNull() || id.isErased())
+        return layerZero();
+    return id;
+}
+
+Kdad::ErrorStatus KdDbDatabase::setClayer(KdDbObjectId layerId) {
+    auto* layer = dynamic_cast<KdDbLayerTableRecord*>(objectOf(layerId));
+    if (!layer || layer->isErased() || layerId.database() != this)
+        return Kdad::eInvalidInput;
+    m_impl->clayer = layerId;
+    return setHeaderVar("$CLAYER", 8, layer->name().kwszPtr());
+}
+
+bool KdDbDatabase::tilemode() const {
+    KdString v = getHeaderVar("$TILEMODE");
+    return v.isEmpty() || v.str() != L"0";
+}
+
+Kdad::ErrorStatus KdDbDatabase::setTilemode(bool modelSpace) {
+    return setHeaderVar("$TILEMODE", 70, modelSpace ? L"1" : L"0");
+}
+
+bool KdDbDatabase::plotStyleMode() const {
+    KdString v = getHeaderVar("$PSTYLEMODE");
+    return v.isEmpty() || v.str() != L"0";
+}
+
+int KdDbDatabase::measurement() const {
+    long long v = 0;
+    return tvdxf::parseInt(getHeaderVar("$MEASUREMENT").utf8(), v) ? static_cast<int>(v) : 0;
+}
+
+KdString KdDbDatabase::getHeaderVar(const char* name) const {
+    int idx = m_impl->headerIndex(name);
+    if (idx < 0 || static_cast<size_t>(idx) + 1 >= m_impl->header.size())
+        return KdString();
+    return KdString(decode(tvdxf::trimmed(m_impl->header[static_cast<size_t>(idx) + 1].value())));
+}
+
+Kdad::ErrorStatus KdDbDatabase::setHeaderVar(const char* name, int code, const wchar_t* value) {
+    if (!name || name[0] != '$' || !value)
+        return Kdad::eInvalidInput;
+    std::string raw = encode(value);
+    std::string_view stored = storeString(raw);
+    KdDbTag tag{stored.data(), static_cast<uint32_t>(stored.size()), static_cast<int16_t>(code)};
+    int idx = m_impl->headerIndex(name);
+    if (idx >= 0 && static_cast<size_t>(idx) + 1 < m_impl->header.size()) {
+        m_impl->header[static_cast<size_t>(idx) + 1] = tag;
+        return Kdad::eOk;
+    }
+    std::string_view n = storeString(name);
+    m_impl->header.push_back(KdDbTag{n.data(), static_cast<uint32_t>(n.size()), 9});
+    m_impl->header.push_back(tag);
+    return Kdad::eOk;
+}
+
+KdDbObjectId KdDbDatabase::namedObjectsDictionaryId() const { return m_impl->namedObjects; }
+
+static KdDbObjectId namedEntry(KdDbObjectId dictId, const wchar_t* key) {
+    auto* dict = dynamic_cast<KdDbDictionary*>(objectOf(dictId));
+    KdDbObjectId id;
+    if (dict && dict->getAt(key, id) == Kdad::eOk)
+        return id;
+    return KdDbObjectId::kNull;
+}
+
+KdDbObjectId KdDbDatabase::layoutDictionaryId() const {
+    return namedEntry(m_impl->namedObjects, L"ACAD_LAYOUT");
+}
+
+KdDbObjectId KdDbDatabase::plotStyleNameDictionaryId() const {
+    return namedEntry(m_impl->namedObjects, L"ACAD_PLOTSTYLENAME");
+}
+
+Kdad::ErrorStatus KdDbDatabase::getPlotStyleNameDictionary(KdDbDictionary*& dict,
+                                                           KdDb::OpenMode mode) {
+    return openAs(plotStyleNameDictionaryId(), dict, mode);
+}
+
+KdDbLayerStateManager* KdDbDatabase::getLayerStateManager() const { return nullptr; }
+
+Kdad::ErrorStatus KdDbDatabase::getKdDbObjectId(KdDbObjectId& id, bool createIfNotFound,
+                                                const KdDbHandle& handle) {
+    id = KdDbObjectId::kNull;
+    if (handle.isNull())
+        return Kdad::eNullHandle;
+    if (KdDbStub* stub = m_impl->stubOf(handle.value())) {
+        id = KdDbObjectId(stub);
+        return Kdad::eOk;
+    }
+    if (!createIfNotFound)
+        return Kdad::eKeyNotFound;
+    id = KdDbObjectId(m_impl->newStub(handle.value()));
+    return Kdad::eOk;
+}
+
+KdDbObjectId KdDbDatabase::objectIdOf(uint64_t handle) const {
+    return KdDbObjectId(m_impl->stubOf(handle));
+}
+
+Kdad::ErrorStatus KdDbDatabase::countHardReferences(const std::vector<KdDbObjectId>& ids,
+                                                    std::vector<uint32_t>& counts) const {
+    counts.assign(ids.size(), 0);
+    std::unordered_map<uint64_t, size_t> wanted;
+    for (size_t i = 0; i < ids.size(); ++i)
+        wanted.emplace(ids[i].handle().value(), i);
+    for (auto& obj : m_impl->objects) {
+        if (obj->isErased())
+            continue;
+        for (const KdDbTag& t : obj->tags()) {
+            int c = t.code;
+            if (!((c >= 340 && c <= 349) || (c >= 360 && c <= 369) || (c >= 390 && c <= 399)))
+                continue;
+            uint64_t h = 0;
+            if (!tvdxf::parseHandle(t.value(), h))
+                continue;
+            auto it = wanted.find(h);
+            if (it != wanted.end() && obj->getDbHandle().value() != h)
+                ++counts[it->second];
+        }
+    }
+    return Kdad::eOk;
+}
+
+KdDbObjectId KdDbDatabase::adopt(KdDbObject* obj) {
+    KdDbStub* stub = m_impl->newStub(m_impl->nextHandle());
+    stub->object = obj;
+    obj->attach(stub);
+    m_impl->objects.emplace_back(obj);
+    // New objects carry their handle as their first tag.
+    auto t = obj->tags();
+    std::vector<KdDbTag> tags(t.begin(), t.end());
+    int code = obj->dxfName() == "DIMSTYLE" ? 105 : 5;
+    std::string_view h = storeString(tvdb::formatHandle(stub->handle));
+    KdDbTag tag{h.data(), static_cast<uint32_t>(h.size()), static_cast<int16_t>(code)};
+    auto it = std::find_if(tags.begin(), tags.end(), [code](const KdDbTag& x) { return x.code == code; });
+    if (it != tags.end())
+        *it = tag;
+    else
+        tags.insert(tags.begin(), tag);
+    obj->setTags(std::move(tags));
+    if (m_impl->journal->isRecording())
+        m_impl->journal->recordCreated(KdDbObjectId(stub));
+    return KdDbObjectId(stub);
+}
+
+Kdad::ErrorStatus KdDbDatabase::addKdDbObject(KdDbObjectId& id, KdDbObject* obj) {
+    if (!obj)
+        return Kdad::eNullObjectPointer;
+    if (!obj->isNewObject())
+        return Kdad::eAlreadyInDb;
+    if (dynamic_cast<KdDbEntity*>(obj) || dynamic_cast<KdDbSymbolTableRecord*>(obj))
+        return Kdad::eWrongObjectType;
+    id = adopt(obj);
+    m_impl->objectsSection.push_back(id);
+    return Kdad::eOk;
+}
+
+KdDbTransactionManager* KdDbDatabase::transactionManager() const {
+    return m_impl->transactions.get();
+}
+
+KdDbUndoJournal& KdDbDatabase::undoJournal() const { return *m_impl->journal; }
+
+bool KdDbDatabase::isAppRegistered(const wchar_t* appName) const {
+    return !recordOf(m_impl->appIdTable, appName).isNull();
+}
+
+bool KdDbDatabase::registerApp(const wchar_t* appName) {
+    if (!appName || !KdDbSymbolTableRecord::isValidName(appName))
+        return false;
+    if (isAppRegistered(appName))
+        return false;
+    auto* table = dynamic_cast<KdDbSymbolTable*>(objectOf(m_impl->appIdTable));
+    if (!table)
+        return false;
+    auto* rec = new KdDbRegAppTableRecord();
+    // The table is changed by the Host itself here: open it for the duration of the add.
+    bool wasOpen = table->isWriteEnabled();
+    if (!wasOpen && table->openAs(KdDb::kForWrite) != Kdad::eOk) {
+        delete rec;
+        return false;
+    }
+    rec->setName(appName);
+    Kdad::ErrorStatus es = table->add(rec);
+    if (!wasOpen)
+        table->close();
+    if (es != Kdad::eOk) {
+        delete rec;
+        return false;
+    }
+    return true;
+}
+
+std::string KdDbDatabase::encode(const std::wstring& text) const {
+    return m_impl->codec->encode(text);
+}
+
+std::wstring KdDbDatabase::decode(std::string_view raw) const { return m_impl->codec->decode(raw); }
+
+std::string_view KdDbDatabase::storeString(std::string_view raw) {
+    return m_impl->strings.store(raw);
+}
+
+void KdDbDatabase::invalidateIndexes() {
+    for (const KdDbObjectId& id : m_impl->tables)
+        if (auto* table = dynamic_cast<KdDbSymbolTable*>(objectOf(id)))
+            table->reindex();
+}
+
+void KdDbDatabase::forEachObject(const std::function<void(KdDbObject*)>& fn) const {
+    for (auto& obj : m_impl->objects)
+        fn(obj.get());
+}
+
+void kdad_free(void* p) { std::free(p); }

@@ -1,0 +1,188 @@
+// Transactions and the undo journal they share with undo marks.
+#include <tv/KdDbTransactionManager.h>
+
+#include "db/KdDbDatabaseImpl.h"
+
+#include <tv/KdDbUndoJournal.h>
+
+// -- Undo journal --
+
+KdDbUndoJournal::~KdDbUndoJournal() = default;
+
+void KdDbUndoJournal::recordChange(KdDbObject* obj) {
+    if (m_levels.empty() || !obj || obj->isNewObject())
+        return;
+    uint32_t epoch = m_levels.back().epoch;
+    if (obj->journalEpoch() == epoch)
+        return;
+    obj->setJournalEpoch(epoch);
+    m_entries.push_back({obj->objectId(), obj->saveState()});
+}
+
+void KdDbUndoJournal::recordCreated(KdDbObjectId id) {
+    if (m_levels.empty())
+        return;
+    if (id.stub() && id.stub()->object)
+        id.stub()->object->setJournalEpoch(m_levels.back().epoch);
+    m_entries.push_back({id, nullptr});
+}
+
+size_t KdDbUndoJournal::pushLevel() {
+    m_levels.push_back({m_entries.size(), m_nextEpoch++, false});
+    return m_entries.size();
+}
+
+void KdDbUndoJournal::popLevel() {
+    if (m_levels.empty())
+        return;
+    m_levels.pop_back();
+    // Marks set inside a level that ended no longer apply.
+    while (!m_marks.empty() && m_marks.back() >= m_levels.size())
+        m_marks.pop_back();
+    if (m_levels.empty())
+        m_entries.clear();
+}
+
+void KdDbUndoJournal::rollbackTo(size_t position) {
+    while (m_entries.size() > position) {
+        Entry entry = std::move(m_entries.back());
+        m_entries.pop_back();
+        KdDbObject* obj = entry.id.stub() ? entry.id.stub()->object : nullptr;
+        if (!obj)
+            continue;
+        if (entry.state) {
+            obj->restoreState(*entry.state);
+        } else {
+            // Created inside the level: it disappears (its handle is not reused).
+            obj->setErasedFlag(true);
+        }
+        obj->setJournalEpoch(0);
+    }
+    if (m_db)
+        m_db->invalidateIndexes();
+}
+
+void KdDbUndoJournal::rollbackLevel() {
+    if (m_levels.empty())
+        return;
+    rollbackTo(m_levels.back().start);
+    popLevel();
+}
+
+void KdDbUndoJournal::putUndoMark() {
+    m_levels.push_back({m_entries.size(), m_nextEpoch++, true});
+    m_marks.push_back(m_levels.size() - 1);
+}
+
+bool KdDbUndoJournal::undoToLastMark() {
+    if (m_marks.empty())
+        return false;
+    size_t level = m_marks.back();
+    m_marks.pop_back();
+    rollbackTo(m_levels[level].start);
+    m_levels.resize(level);
+    if (m_levels.empty())
+        m_entries.clear();
+    return true;
+}
+
+// -- Transactions --
+
+Kdad::ErrorStatus KdDbTransaction::getObject(KdDbObject*& obj, KdDbObjectId id,
+                                             KdDb::OpenMode mode, bool openErased) {
+    obj = nullptr;
+    if (id.isNull())
+        return Kdad::eNullObjectId;
+    if (id.database() != m_db)
+        return Kdad::eWrongDatabase;
+    KdDbObject* o = id.stub()->object;
+    if (!o)
+        return Kdad::eKeyNotFound;
+    if (o->isErased() && !openErased)
+        return Kdad::eWasErased;
+    // Objects reached through a transaction may be asked for again: a second read open or a
+    // write open of an object the transaction already holds is granted.
+    if (mode == KdDb::kForWrite && o->isWriteEnabled()) {
+        obj = o;
+        return Kdad::eOk;
+    }
+    if (mode == KdDb::kForWrite && o->openMode() == KdDb::kForRead) {
+        Kdad::ErrorStatus es = o->upgradeOpen();
+        if (es != Kdad::eOk)
+            return es;
+        obj = o;
+        return Kdad::eOk;
+    }
+    if (mode != KdDb::kForWrite && o->isReadEnabled()) {
+        obj = o;
+        return Kdad::eOk;
+    }
+    Kdad::ErrorStatus es = o->openAs(mode);
+    if (es != Kdad::eOk)
+        return es;
+    m_opened.push_back(id);
+    obj = o;
+    return Kdad::eOk;
+}
+
+KdDbTransactionManager::KdDbTransactionManager(KdDbDatabase* db) : m_db(db) {}
+KdDbTransactionManager::~KdDbTransactionManager() = default;
+
+KdDbTransaction* KdDbTransactionManager::startTransaction() {
+    auto tr = std::unique_ptr<KdDbTransaction>(
+        new KdDbTransaction(m_db, static_cast<int>(m_stack.size()) + 1));
+    tr->m_journalStart = m_db->undoJournal().pushLevel();
+    m_stack.push_back(std::move(tr));
+    return m_stack.back().get();
+}
+
+void KdDbTransactionManager::closeOpened(KdDbTransaction& tr) {
+    for (const KdDbObjectId& id : tr.m_opened)
+        if (id.stub() && id.stub()->object)
+            id.stub()->object->close();
+    tr.m_opened.clear();
+}
+
+Kdad::ErrorStatus KdDbTransactionManager::endTransaction() {
+    if (m_stack.empty())
+        return Kdad::eNoActiveTransactions;
+    closeOpened(*m_stack.back());
+    m_db->undoJournal().popLevel();
+    m_stack.pop_back();
+    return Kdad::eOk;
+}
+
+Kdad::ErrorStatus KdDbTransactionManager::abortTransaction() {
+    if (m_stack.empty())
+        return Kdad::eNoActiveTransactions;
+    closeOpened(*m_stack.back());
+    m_db->undoJournal().rollbackLevel();
+    m_stack.pop_back();
+    return Kdad::eOk;
+}
+
+KdDbTransaction* KdDbTransactionManager::topTransaction() const {
+    return m_stack.empty() ? nullptr : m_stack.back().get();
+}
+
+Kdad::ErrorStatus KdDbTransactionManager::getObject(KdDbObject*& obj, KdDbObjectId id,
+                                                    KdDb::OpenMode mode, bool openErased) {
+    obj = nullptr;
+    if (m_stack.empty())
+        return Kdad::eNoActiveTransactions;
+    return m_stack.back()->getObject(obj, id, mode, openErased);
+}
+
+Kdad::ErrorStatus KdDbTransactionManager::addNewlyCreatedKdDbObject(KdDbObject* obj, bool add) {
+    if (m_stack.empty())
+        return Kdad::eNoActiveTransactions;
+    if (!obj || obj->isNewObject())
+        return Kdad::eNotInDatabase;
+    if (add) {
+        // The transaction closes it when it ends; creation is already in the journal.
+        if (!obj->isReadEnabled())
+            obj->openAs(KdDb::kForWrite);
+        m_stack.back()->m_opened.push_back(obj->objectId());
+    }
+    return Kdad::eOk;
+}

@@ -1,0 +1,176 @@
+// Writes a database as DXF text: every object's tags as they are kept, with the values the
+// database owns (handle seed, current layer, entity layer names) brought up to date.
+#include "dxf/DxfDocument.h"
+
+#include "db/KdDbDatabaseImpl.h"
+#include "db/KdDbTagConvert.h"
+#include "dxf/DxfTokenizer.h"
+
+#include <tv/KdDbBlockTableRecord.h>
+#include <tv/KdDbEntity.h>
+#include <tv/KdDbSymbolTable.h>
+
+#include <charconv>
+
+namespace tvdxf {
+
+namespace {
+
+class Writer {
+public:
+    Writer(const KdDbDatabaseImpl& impl, std::string& out) : m_impl(impl), m_out(out) {}
+
+    void tag(int code, std::string_view value) {
+        char buf[16];
+        char* p = buf;
+        if (code >= 0 && code < 10) {
+            *p++ = ' ';
+            *p++ = ' ';
+        } else if (code >= 0 && code < 100) {
+            *p++ = ' ';
+        }
+        p = std::to_chars(p, buf + sizeof buf, code).ptr;
+        *p++ = '\n';
+        m_out.append(buf, static_cast<size_t>(p - buf));
+        m_out.append(value);
+        m_out.push_back('\n');
+    }
+    void tags(std::span<const KdDbTag> list) {
+        for (const KdDbTag& t : list)
+            tag(t.code, t.value());
+    }
+
+    void object(const KdDbObjectId& id) {
+        KdDbObject* obj = id.stub() ? id.stub()->object : nullptr;
+        if (!obj || obj->isErased())
+            return;
+        tag(0, obj->dxfName());
+        auto* ent = dynamic_cast<const KdDbEntity*>(obj);
+        KdDbStub* layer = ent ? ent->boundLayer() : nullptr;
+        if (!layer || !layer->object) {
+            tags(obj->tags());
+            return;
+        }
+        // The layer of an entity is written by the name its layer has now.
+        bool done = false;
+        for (const KdDbTag& t : obj->tags()) {
+            if (!done && t.code == 8) {
+                tag(8, layer->object->tagValue(2));
+                done = true;
+            } else {
+                tag(t.code, t.value());
+            }
+        }
+    }
+
+    void header(KdDb::DwgVersion version) {
+        const auto& h = m_impl.header;
+        bool wroteSeed = false;
+        for (size_t i = 0; i < h.size(); ++i) {
+            const KdDbTag& t = h[i];
+            if (t.code == 9 && i + 1 < h.size()) {
+                std::string_view name = trimmed(t.value());
+                const KdDbTag& v = h[i + 1];
+                if (name == "$ACADVER") {
+                    tag(9, t.value());
+                    tag(v.code, acadVerOf(version));
+                    ++i;
+                    continue;
+                }
+                KdDbObject* clayer = m_impl.clayer.stub() ? m_impl.clayer.stub()->object : nullptr;
+                if (name == "$CLAYER" && clayer && !clayer->isErased()) {
+                    tag(9, t.value());
+                    tag(v.code, clayer->tagValue(2));
+                    ++i;
+                    continue;
+                }
+                if (name == "$HANDSEED") {
+                    tag(9, t.value());
+                    tag(5, formatHandleSeed());
+                    wroteSeed = true;
+                    ++i;
+                    continue;
+                }
+            }
+            tag(t.code, t.value());
+        }
+        if (!wroteSeed) {
+            tag(9, "$HANDSEED");
+            tag(5, formatHandleSeed());
+        }
+    }
+
+    std::string formatHandleSeed() const { return tvdb::formatHandle(m_impl.maxHandle + 1); }
+
+    bool write(KdDb::DwgVersion version) {
+        m_out.reserve(m_impl.fileText.size() + m_impl.fileText.size() / 8 + 4096);
+        for (const KdDbSectionRef& s : m_impl.sections) {
+            tag(0, "SECTION");
+            switch (s.kind) {
+            case KdDbSectionKind::Header:
+                tag(2, "HEADER");
+                header(version);
+                break;
+            case KdDbSectionKind::Classes:
+            case KdDbSectionKind::Raw:
+                tag(2, m_impl.rawSections[s.rawIndex].name);
+                tags(m_impl.rawSections[s.rawIndex].tags);
+                break;
+            case KdDbSectionKind::Tables:
+                tag(2, "TABLES");
+                for (const KdDbObjectId& tableId : m_impl.tables) {
+                    auto* table = dynamic_cast<KdDbSymbolTable*>(tableId.stub()->object);
+                    object(tableId);
+                    for (const KdDbObjectId& rec : table->recordIds())
+                        object(rec);
+                    tag(0, "ENDTAB");
+                }
+                break;
+            case KdDbSectionKind::Blocks:
+                tag(2, "BLOCKS");
+                for (const KdDbObjectId& btrId : m_impl.blockOrder) {
+                    auto* btr = dynamic_cast<KdDbBlockTableRecord*>(btrId.stub()->object);
+                    if (!btr || btr->isErased() || btr->blockBeginId().isNull())
+                        continue;
+                    object(btr->blockBeginId());
+                    if (btrId != m_impl.modelSpace && btrId != m_impl.paperSpace)
+                        for (const KdDbObjectId& e : btr->entityIds())
+                            object(e);
+                    object(btr->blockEndId());
+                }
+                break;
+            case KdDbSectionKind::Entities:
+                tag(2, "ENTITIES");
+                for (const KdDbObjectId& e : m_impl.entitiesSection)
+                    object(e);
+                break;
+            case KdDbSectionKind::Objects:
+                tag(2, "OBJECTS");
+                for (const KdDbObjectId& o : m_impl.objectsSection)
+                    object(o);
+                break;
+            }
+            tag(0, "ENDSEC");
+        }
+        tag(0, "EOF");
+        return true;
+    }
+
+private:
+    const KdDbDatabaseImpl& m_impl;
+    std::string& m_out;
+};
+
+} // namespace
+
+bool writeDocument(const KdDbDatabaseImpl& impl, KdDb::DwgVersion version, std::string& out,
+                   std::string& error) {
+    if (version < KdDb::kDHL_1015 && impl.version > KdDb::kDHL_1009) {
+        error = "cannot write a drawing of a later version as R12";
+        return false;
+    }
+    Writer writer(impl, out);
+    return writer.write(version);
+}
+
+} // namespace tvdxf
