@@ -4,6 +4,7 @@
 
 #include "db/KdDbDatabaseImpl.h"
 #include "dxf/DxfTokenizer.h"
+#include "dxf/DxfUpgrade.h"
 
 #include <tv/KdDbBlockTableRecord.h>
 #include <tv/KdDbEntity.h>
@@ -334,15 +335,20 @@ private:
     }
 
     KdDbBlockTableRecord* blockRecordOf(KdDbObject* begin, KdDbBlockTable* blockTable) {
+        // A record already given a BLOCK (two blocks claiming one record) is not taken again.
+        auto usable = [](KdDbObject* obj) {
+            auto* btr = dynamic_cast<KdDbBlockTableRecord*>(obj);
+            return btr && btr->blockBeginId().isNull() ? btr : nullptr;
+        };
         KdDbObjectId owner = begin->ownerId();
-        if (auto* btr = owner.stub() ? dynamic_cast<KdDbBlockTableRecord*>(owner.stub()->object)
-                                     : nullptr)
+        if (auto* btr = usable(owner.stub() ? owner.stub()->object : nullptr))
             return btr;
         std::wstring name = m_impl.codec->decode(trimmed(begin->tagValue(2)));
         if (blockTable) {
             KdDbObjectId id;
             if (blockTable->getAt(name.c_str(), id) == Kdad::eOk)
-                return static_cast<KdDbBlockTableRecord*>(id.stub()->object);
+                if (auto* btr = usable(id.stub()->object))
+                    return btr;
         }
         // No block record (R12): keep a record of our own that is not part of any table.
         auto btr = std::make_unique<KdDbBlockTableRecord>();
@@ -469,6 +475,19 @@ KdDb::DwgVersion versionOfAcadVer(std::string_view v) {
     return KdDb::kDHL_Unknown;
 }
 
+namespace {
+// True for a drawing whose header says R12 (or has no version at all).
+bool isR12(const std::vector<KdDbTag>& tags) {
+    for (size_t i = 0; i + 1 < tags.size() && i < 64; ++i) {
+        if (tags[i].code == 9 && trimmed(tags[i].value()) == "$ACADVER")
+            return trimmed(tags[i + 1].value()) <= "AC1009";
+        if (tags[i].code == 0 && trimmed(tags[i].value()) == "ENDSEC")
+            break;
+    }
+    return true;
+}
+} // namespace
+
 bool readDocument(KdDbDatabaseImpl& impl, std::string& error, long long& errorLine) {
     TokenizeResult tr = tokenize(impl.fileText, impl.fileTags);
     if (!tr.ok) {
@@ -480,6 +499,22 @@ bool readDocument(KdDbDatabaseImpl& impl, std::string& error, long long& errorLi
         errorLine = 1;
         error = "line 1: expected \"0 SECTION\", found an empty file";
         return false;
+    }
+    if (isR12(impl.fileTags)) {
+        // R12 drawings are held (and saved) with the structure of R2000.
+        std::string upgraded;
+        if (!upgradeR12(impl.fileTags, upgraded, error)) {
+            errorLine = 0;
+            return false;
+        }
+        impl.fileTags.clear();
+        impl.fileText = std::move(upgraded);
+        TokenizeResult again = tokenize(impl.fileText, impl.fileTags);
+        if (!again.ok) {
+            error = "line " + std::to_string(again.errorLine) + ": " + again.message;
+            return false;
+        }
+        impl.warnings.push_back("R12 drawing: held and saved with the structure of R2000");
     }
     impl.codec = std::make_unique<DxfCodec>("ANSI_1252");
     impl.version = KdDb::kDHL_1009;

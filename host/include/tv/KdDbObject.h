@@ -14,6 +14,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 class KdDbDatabase;
@@ -76,6 +77,9 @@ public:
     }
     /// Replaces all tags (the database's string store must own the values).
     void setTags(std::vector<KdDbTag> tags);
+    /// Replaces all tags (extended data included) as one recorded change: needs a write open,
+    /// and subclasses refresh what they derive from their tags.
+    Kdad::ErrorStatus replaceTags(std::vector<KdDbTag> tags);
     /// True once the object was changed after it was read.
     bool isModified() const { return m_modified; }
 
@@ -183,6 +187,10 @@ Kdad::ErrorStatus kddbOpenObject(T*& obj, KdDbObjectId id, KdDb::OpenMode mode,
     Kdad::ErrorStatus es = kddbOpenKdDbObject(raw, id, mode, openErased);
     if (es != Kdad::eOk)
         return es;
+    if constexpr (std::is_same_v<T, KdDbObject>) {
+        obj = raw;
+        return Kdad::eOk;
+    }
     obj = dynamic_cast<T*>(raw);
     if (!obj) {
         raw->close();

@@ -18,8 +18,6 @@ private:
     KdDbDatabase* m_db;
     int m_depth;
     size_t m_journalStart = 0;
-    uint32_t m_epoch = 0;
-    uint32_t m_outerEpoch = 0;
     std::vector<KdDbObjectId> m_opened;
 };
 
