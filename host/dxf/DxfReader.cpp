@@ -12,6 +12,7 @@
 #include <tv/KdDbSymbolTableRecord.h>
 
 #include <algorithm>
+#include <set>
 
 namespace tvdxf {
 
@@ -76,6 +77,12 @@ private:
             if (i + 1 >= m_tags.size() || m_tags[i + 1].code != 2)
                 return failExpected(i + 1, "a section name (group 2)");
             std::string name(trimmed(m_tags[i + 1].value()));
+            static constexpr std::string_view kModelled[] = {"HEADER", "CLASSES", "TABLES",
+                                                             "BLOCKS", "ENTITIES", "OBJECTS"};
+            bool modelled = std::find(std::begin(kModelled), std::end(kModelled), name) !=
+                            std::end(kModelled);
+            if (modelled && !m_seenSections.insert(name).second)
+                return fail(i + 1, "section " + name + " appears a second time");
             i += 2;
             bool ok = true;
             if (name == "HEADER")
@@ -431,6 +438,7 @@ private:
     const std::vector<KdDbTag>& m_tags;
     std::string m_error;
     long long m_errorLine = 0;
+    std::set<std::string> m_seenSections;
     std::vector<KdDbObject*> m_needHandle;
     std::vector<KdDbSymbolTable*> m_tableHeads;
     std::vector<std::pair<KdDbSymbolTable*, KdDbObject*>> m_tableRecords;
