@@ -315,7 +315,7 @@ std::string backupNameOf(const std::string& path) {
     return path + ".bak";
 }
 
-bool writeAll(int fd, const std::string& data) {
+bool writeAll(int fd, std::string_view data) {
     const char* p = data.data();
     size_t left = data.size();
     while (left > 0) {
@@ -335,10 +335,8 @@ bool writeAll(int fd, const std::string& data) {
 
 Kdad::ErrorStatus KdDbDatabase::saveAs(const char* path, std::string* error,
                                        KdDb::DwgVersion ver) {
-    std::string text;
-    Kdad::ErrorStatus es = writeDxf(text, ver, error);
-    if (es != Kdad::eOk)
-        return es;
+    if (ver == KdDb::kDHL_Unknown)
+        ver = version();
     std::string target(path);
     std::string tmp = target + ".tmpXXXXXX";
     int fd = mkstemp(tmp.data());
@@ -350,11 +348,21 @@ Kdad::ErrorStatus KdDbDatabase::saveAs(const char* path, std::string* error,
     if (fd < 0)
         return fail("cannot create a temporary file beside it");
     fchmod(fd, 0644);
-    if (!writeAll(fd, text) || fsync(fd) != 0) {
+    // The text goes to the temporary file in pieces, so a save needs no second copy of the
+    // drawing in memory.
+    std::string message;
+    bool written = tvdxf::writeDocument(
+        *m_impl, ver, [fd](std::string_view piece) { return writeAll(fd, piece); }, message);
+    if (!written || fsync(fd) != 0) {
         int saved = errno;
         ::close(fd);
         ::unlink(tmp.c_str());
         errno = saved;
+        if (!written && message != "output error") {
+            if (error)
+                *error = target + ": " + message;
+            return Kdad::eNotApplicable;
+        }
         return fail("cannot write");
     }
     ::close(fd);

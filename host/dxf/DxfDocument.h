@@ -3,7 +3,9 @@
 
 #include <tv/KdDb.h>
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 struct KdDbDatabaseImpl;
 
@@ -13,8 +15,14 @@ namespace tvdxf {
 /// returns false with "line N: what was expected" in `error`.
 bool readDocument(KdDbDatabaseImpl& impl, std::string& error, long long& errorLine);
 
+/// Receives written text in pieces; returns false to stop the writing (an output error).
+using TextSink = std::function<bool(std::string_view)>;
+
 /// Writes the document as DXF text of `version` into `out`.
 bool writeDocument(const KdDbDatabaseImpl& impl, KdDb::DwgVersion version, std::string& out,
+                   std::string& error);
+/// Writes the document in pieces of about a megabyte to `sink`.
+bool writeDocument(const KdDbDatabaseImpl& impl, KdDb::DwgVersion version, const TextSink& sink,
                    std::string& error);
 
 /// $ACADVER text of a version ("AC1032") and back.

@@ -18,7 +18,22 @@ namespace {
 
 class Writer {
 public:
-    Writer(const KdDbDatabaseImpl& impl, std::string& out) : m_impl(impl), m_out(out) {}
+    Writer(const KdDbDatabaseImpl& impl, std::string& out, const TextSink* sink)
+        : m_impl(impl), m_out(out), m_sink(sink) {}
+
+    void flushIfFull() {
+        if (m_sink && m_ok && m_out.size() >= kChunk) {
+            m_ok = (*m_sink)(m_out);
+            m_out.clear();
+        }
+    }
+    bool finish() {
+        if (m_sink && m_ok && !m_out.empty()) {
+            m_ok = (*m_sink)(m_out);
+            m_out.clear();
+        }
+        return m_ok;
+    }
 
     void tag(int code, std::string_view value) {
         char buf[16];
@@ -34,6 +49,7 @@ public:
         m_out.append(buf, static_cast<size_t>(p - buf));
         m_out.append(value);
         m_out.push_back('\n');
+        flushIfFull();
     }
     void tags(std::span<const KdDbTag> list) {
         for (const KdDbTag& t : list)
@@ -103,7 +119,10 @@ public:
     std::string formatHandleSeed() const { return tvdb::formatHandle(m_impl.maxHandle + 1); }
 
     bool write(KdDb::DwgVersion version) {
-        m_out.reserve(m_impl.fileText.size() + m_impl.fileText.size() / 8 + 4096);
+        if (m_sink)
+            m_out.reserve(kChunk + 64 * 1024);
+        else
+            m_out.reserve(m_impl.fileText.size() + m_impl.fileText.size() / 8 + 4096);
         for (const KdDbSectionRef& s : m_impl.sections) {
             tag(0, "SECTION");
             switch (s.kind) {
@@ -153,12 +172,15 @@ public:
             tag(0, "ENDSEC");
         }
         tag(0, "EOF");
-        return true;
+        return finish();
     }
 
 private:
+    static constexpr size_t kChunk = 1 << 20;
     const KdDbDatabaseImpl& m_impl;
     std::string& m_out;
+    const TextSink* m_sink;
+    bool m_ok = true;
 };
 
 } // namespace
@@ -169,8 +191,23 @@ bool writeDocument(const KdDbDatabaseImpl& impl, KdDb::DwgVersion version, std::
         error = "cannot write a drawing of a later version as R12";
         return false;
     }
-    Writer writer(impl, out);
+    Writer writer(impl, out, nullptr);
     return writer.write(version);
+}
+
+bool writeDocument(const KdDbDatabaseImpl& impl, KdDb::DwgVersion version, const TextSink& sink,
+                   std::string& error) {
+    if (version < KdDb::kDHL_1015 && impl.version > KdDb::kDHL_1009) {
+        error = "cannot write a drawing of a later version as R12";
+        return false;
+    }
+    std::string buffer;
+    Writer writer(impl, buffer, &sink);
+    if (!writer.write(version)) {
+        error = "output error";
+        return false;
+    }
+    return true;
 }
 
 } // namespace tvdxf
