@@ -107,7 +107,7 @@ void KdDbDatabaseImpl::bindWellKnown() {
                 continue;
             std::wstring name = btr->cachedName();
             for (auto& c : name)
-                c = static_cast<wchar_t>(towupper(c));
+                c = tvUpper(c);
             if (name == L"$MODEL_SPACE" || name == L"*MODEL_SPACE")
                 modelSpace = id;
             else if (name == L"$PAPER_SPACE" || name == L"*PAPER_SPACE")
@@ -478,6 +478,10 @@ int KdDbDatabase::measurement() const {
 }
 
 KdString KdDbDatabase::getHeaderVar(const char* name) const {
+    // The current layer is held by identity, so that it follows a rename.
+    if (name && std::string_view(name) == "$CLAYER" && m_impl->clayer.isValid() &&
+        !m_impl->clayer.isErased())
+        return KdString(decode(tvdxf::trimmed(m_impl->clayer.stub()->object->tagValue(2))));
     int idx = m_impl->headerIndex(name);
     if (idx < 0 || static_cast<size_t>(idx) + 1 >= m_impl->header.size())
         return KdString();

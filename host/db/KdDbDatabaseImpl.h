@@ -80,7 +80,13 @@ struct KdDbDatabaseImpl {
         auto it = byHandle.find(handle);
         return it == byHandle.end() ? nullptr : it->second;
     }
-    uint64_t nextHandle() { return ++maxHandle; }
+    /// The next handle no stub holds.
+    uint64_t nextHandle() {
+        do
+            ++maxHandle;
+        while (byHandle.count(maxHandle) != 0);
+        return maxHandle;
+    }
 
     /// Index of header variable `name` ("$CLAYER") in `header`, or -1.
     int headerIndex(std::string_view name) const;

@@ -5,20 +5,13 @@
 #include "db/KdDbTagConvert.h"
 #include "dxf/DxfTokenizer.h"
 
-#include <cwctype>
+#include <tv/KdUtf8.h>
 
 namespace {
 
 constexpr std::string_view kMarker = "AcDbDictionary";
 
-bool sameKey(const std::wstring& a, const std::wstring& b) {
-    if (a.size() != b.size())
-        return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (std::towupper(static_cast<wint_t>(a[i])) != std::towupper(static_cast<wint_t>(b[i])))
-            return false;
-    return true;
-}
+bool sameKey(const std::wstring& a, const std::wstring& b) { return tvEqualsNoCase(a, b); }
 
 } // namespace
 

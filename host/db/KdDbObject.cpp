@@ -123,6 +123,18 @@ void KdDbObject::setTags(std::vector<KdDbTag> tags) {
     m_modified = true;
 }
 
+Kdad::ErrorStatus KdDbObject::replaceTags(std::vector<KdDbTag> tags) {
+    Kdad::ErrorStatus es = assertWriteEnabled();
+    if (es != Kdad::eOk)
+        return es;
+    // Through restoreState, so that names, layer bindings and entry lists follow the tags.
+    std::unique_ptr<KdDbObjectState> state = saveState();
+    state->tags = std::move(tags);
+    state->modified = true;
+    restoreState(*state);
+    return Kdad::eOk;
+}
+
 KdDbTag KdDbObject::makeTag(int code, std::string_view raw) const {
     KdDbTag t;
     std::string_view stored;
@@ -381,9 +393,7 @@ resbuf* KdDbObject::xData(const wchar_t* appName) const {
         bool take = wanted.empty();
         if (!take) {
             std::wstring app = decode(t[i].value());
-            take = app.size() == wanted.size() &&
-                   std::equal(app.begin(), app.end(), wanted.begin(),
-                              [](wchar_t a, wchar_t b) { return towupper(a) == towupper(b); });
+            take = tvEqualsNoCase(app, wanted);
         }
         if (take) {
             resbuf* part = tvdb::tagsToResbuf(database(), t.subspan(i, end - i));
@@ -443,10 +453,7 @@ Kdad::ErrorStatus KdDbObject::setXData(const resbuf* xdata) {
             while (end < own.size() && own[end].code != 1001)
                 ++end;
             std::wstring app = decode(own[i].value());
-            bool same = app.size() == part.app.size() &&
-                        std::equal(app.begin(), app.end(), part.app.begin(), [](wchar_t a, wchar_t b) {
-                            return towupper(a) == towupper(b);
-                        });
+            bool same = tvEqualsNoCase(app, part.app);
             if (same) {
                 own.erase(own.begin() + static_cast<long>(i), own.begin() + static_cast<long>(end));
                 break;

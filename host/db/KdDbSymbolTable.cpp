@@ -8,14 +8,14 @@
 #include <tv/KdDbLayerTableRecord.h>
 #include <tv/KdDbSymbolTableRecord.h>
 
-#include <cwctype>
+#include <tv/KdUtf8.h>
 
 namespace {
 
 std::wstring upper(const std::wstring& s) {
     std::wstring u(s);
     for (auto& c : u)
-        c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
+        c = tvUpper(c);
     return u;
 }
 

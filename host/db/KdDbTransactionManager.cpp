@@ -28,7 +28,7 @@ void KdDbUndoJournal::recordCreated(KdDbObjectId id) {
 }
 
 size_t KdDbUndoJournal::pushLevel() {
-    m_levels.push_back({m_entries.size(), m_nextEpoch++, false});
+    m_levels.push_back({m_entries.size(), m_nextEpoch++, false, m_db->impl().maxHandle});
     return m_entries.size();
 }
 
@@ -43,7 +43,8 @@ void KdDbUndoJournal::popLevel() {
         m_entries.clear();
 }
 
-void KdDbUndoJournal::rollbackTo(size_t position) {
+void KdDbUndoJournal::rollbackTo(size_t position, uint64_t handleSeed) {
+    KdDbDatabaseImpl& impl = m_db->impl();
     while (m_entries.size() > position) {
         Entry entry = std::move(m_entries.back());
         m_entries.pop_back();
@@ -53,24 +54,34 @@ void KdDbUndoJournal::rollbackTo(size_t position) {
         if (entry.state) {
             obj->restoreState(*entry.state);
         } else {
-            // Created inside the level: it disappears (its handle is not reused).
+            // Created inside the level: it disappears, and so does its handle, so that the
+            // drawing is saved exactly as before.
             obj->setErasedFlag(true);
+            uint64_t h = entry.id.stub()->handle;
+            auto it = impl.byHandle.find(h);
+            if (h > handleSeed && it != impl.byHandle.end() && it->second == entry.id.stub())
+                impl.byHandle.erase(it);
         }
         obj->setJournalEpoch(0);
     }
-    if (m_db)
-        m_db->invalidateIndexes();
+    // Handles past the seed are free again unless something still holds one.
+    uint64_t highest = handleSeed;
+    for (auto& [h, stub] : impl.byHandle)
+        if (h > highest && stub->object)
+            highest = h;
+    impl.maxHandle = highest;
+    m_db->invalidateIndexes();
 }
 
 void KdDbUndoJournal::rollbackLevel() {
     if (m_levels.empty())
         return;
-    rollbackTo(m_levels.back().start);
+    rollbackTo(m_levels.back().start, m_levels.back().handleSeed);
     popLevel();
 }
 
 void KdDbUndoJournal::putUndoMark() {
-    m_levels.push_back({m_entries.size(), m_nextEpoch++, true});
+    m_levels.push_back({m_entries.size(), m_nextEpoch++, true, m_db->impl().maxHandle});
     m_marks.push_back(m_levels.size() - 1);
 }
 
@@ -79,7 +90,7 @@ bool KdDbUndoJournal::undoToLastMark() {
         return false;
     size_t level = m_marks.back();
     m_marks.pop_back();
-    rollbackTo(m_levels[level].start);
+    rollbackTo(m_levels[level].start, m_levels[level].handleSeed);
     m_levels.resize(level);
     if (m_levels.empty())
         m_entries.clear();

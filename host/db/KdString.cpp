@@ -145,8 +145,8 @@ int KdString::compareNoCase(const KdString& other) const {
     const std::wstring& b = other.m_str;
     const size_t n = std::min(a.size(), b.size());
     for (size_t i = 0; i < n; ++i) {
-        const auto ca = static_cast<wint_t>(std::towupper(static_cast<wint_t>(a[i])));
-        const auto cb = static_cast<wint_t>(std::towupper(static_cast<wint_t>(b[i])));
+        const auto ca = static_cast<wint_t>(tvUpper(a[i]));
+        const auto cb = static_cast<wint_t>(tvUpper(b[i]));
         if (ca != cb)
             return ca < cb ? -1 : 1;
     }
@@ -167,4 +167,41 @@ std::string KdString::utf8() const {
 
 KdString KdString::fromUtf8(std::string_view utf8) {
     return KdString(tvFromUtf8(utf8));
+}
+
+wchar_t tvUpper(wchar_t c) {
+    const auto v = static_cast<uint32_t>(c);
+    if (v < 0x80)
+        return (v >= 'a' && v <= 'z') ? static_cast<wchar_t>(v - 32) : c;
+    if ((v >= 0xE0 && v <= 0xFE && v != 0xF7))
+        return static_cast<wchar_t>(v - 0x20);
+    if (v == 0xFF)
+        return static_cast<wchar_t>(0x178);
+    if (v >= 0x100 && v <= 0x17F) {
+        // Latin Extended-A pairs: upper case even, lower case odd, except in the two runs
+        // where the pairs start on an odd code point.
+        bool oddPairs = (v >= 0x139 && v <= 0x148) || (v >= 0x179 && v <= 0x17E);
+        if (v == 0x130 || v == 0x131 || v == 0x138 || v == 0x149 || v == 0x17F)
+            return c;
+        bool lower = oddPairs ? (v % 2 == 0) : (v % 2 == 1);
+        return lower ? static_cast<wchar_t>(v - 1) : c;
+    }
+    if (v >= 0x3B1 && v <= 0x3CB && v != 0x3C2)
+        return static_cast<wchar_t>(v - 0x20);
+    if (v == 0x3C2)
+        return static_cast<wchar_t>(0x3A3);
+    if (v >= 0x430 && v <= 0x44F)
+        return static_cast<wchar_t>(v - 0x20);
+    if (v >= 0x450 && v <= 0x45F)
+        return static_cast<wchar_t>(v - 0x50);
+    return c;
+}
+
+bool tvEqualsNoCase(std::wstring_view a, std::wstring_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i)
+        if (tvUpper(a[i]) != tvUpper(b[i]))
+            return false;
+    return true;
 }

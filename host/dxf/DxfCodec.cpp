@@ -228,6 +228,21 @@ std::wstring DxfCodec::decode(std::string_view raw) const {
         ++i;
     }
     decodeBytes(raw.substr(runStart), out);
+    // Characters beyond U+FFFF arrive as two \U+ escapes of a surrogate pair.
+    size_t w = 0;
+    for (size_t r = 0; r < out.size(); ++r) {
+        auto hi = static_cast<uint32_t>(out[r]);
+        if (hi >= 0xD800 && hi <= 0xDBFF && r + 1 < out.size()) {
+            auto lo = static_cast<uint32_t>(out[r + 1]);
+            if (lo >= 0xDC00 && lo <= 0xDFFF) {
+                out[w++] = static_cast<wchar_t>(0x10000 + ((hi - 0xD800) << 10) + (lo - 0xDC00));
+                ++r;
+                continue;
+            }
+        }
+        out[w++] = out[r];
+    }
+    out.resize(w);
     return out;
 }
 

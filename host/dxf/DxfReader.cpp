@@ -509,7 +509,17 @@ bool readDocument(KdDbDatabaseImpl& impl, std::string& error, long long& errorLi
         return false;
     }
     if (isR12(impl.fileTags)) {
-        // R12 drawings are held (and saved) with the structure of R2000.
+        // R12 drawings are held (and saved) with the structure of R2000. The drawing is read
+        // as it is first, so that a fault is reported against the file's own lines.
+        {
+            KdDbDatabaseImpl check(impl.self);
+            check.fileTags = impl.fileTags;
+            check.codec = std::make_unique<DxfCodec>("ANSI_1252");
+            check.version = KdDb::kDHL_1009;
+            Reader checker(check);
+            if (!checker.run(error, errorLine))
+                return false;
+        }
         std::string upgraded;
         if (!upgradeR12(impl.fileTags, upgraded, error)) {
             errorLine = 0;

@@ -39,8 +39,9 @@ private:
         size_t start;
         uint32_t epoch;
         bool mark;
+        uint64_t handleSeed; ///< the database's last handle when the level opened
     };
-    void rollbackTo(size_t position);
+    void rollbackTo(size_t position, uint64_t handleSeed);
     KdDbDatabase* m_db;
     std::vector<Entry> m_entries;
     std::vector<Level> m_levels;

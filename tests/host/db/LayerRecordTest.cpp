@@ -1,0 +1,353 @@
+// Layer records: every property through a save and reload, naming rules, open checks, usage.
+#include "tv/KdDbDatabase.h"
+#include "tv/KdDbLayerTableRecord.h"
+#include "tv/KdDbSymbolTable.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace {
+
+KdDbObjectId findLayer(KdDbDatabase& db, const wchar_t* name) {
+    KdDbLayerTable* table = nullptr;
+    EXPECT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
+    KdDbObjectId id;
+    if (table) {
+        table->getAt(name, id);
+        table->close();
+    }
+    return id;
+}
+
+KdDbObjectId addLayer(KdDbDatabase& db, const wchar_t* name) {
+    KdDbLayerTable* table = nullptr;
+    EXPECT_EQ(db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
+    if (!table)
+        return {};
+    auto* layer = new KdDbLayerTableRecord;
+    EXPECT_EQ(layer->setName(name), Kdad::eOk);
+    KdDbObjectId id;
+    if (table->add(id, layer) != Kdad::eOk)
+        delete layer;
+    table->close();
+    return id;
+}
+
+std::unique_ptr<KdDbDatabase> reloaded(KdDbDatabase& db) {
+    std::string text, err;
+    EXPECT_EQ(db.writeDxf(text), Kdad::eOk);
+    auto out = std::make_unique<KdDbDatabase>(false);
+    EXPECT_EQ(out->readDxfBuffer(text, &err), Kdad::eOk) << err;
+    return out;
+}
+
+bool loadTestDrawing(KdDbDatabase& db, const char* name) {
+    const std::string path = std::string(TV_TESTDATA_DIR) + "/" + name;
+    if (!std::filesystem::exists(path))
+        return false;
+    std::string err;
+    EXPECT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
+    return true;
+}
+
+// Sets every property of a layer, then checks them after a save and reload.
+void checkEveryPropertySurvivesASave(KdDbDatabase& db, const wchar_t* layerName) {
+    // A linetype of its own, so that the change is visible on any drawing.
+    KdDbObjectId dashed;
+    {
+        KdDbLinetypeTable* ltypes = nullptr;
+        ASSERT_EQ(db.getSymbolTable(ltypes, KdDb::kForWrite), Kdad::eOk);
+        auto* ltype = new KdDbLinetypeTableRecord;
+        ASSERT_EQ(ltype->setName(L"TV_DASHED"), Kdad::eOk);
+        if (ltypes->getAt(L"TV_DASHED", dashed) != Kdad::eOk)
+            EXPECT_EQ(ltypes->add(dashed, ltype), Kdad::eOk);
+        else
+            delete ltype;
+        ltypes->close();
+    }
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, layerName), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        KdCmColor c;
+        ASSERT_EQ(c.setColorIndex(255), Kdad::eOk);
+        EXPECT_EQ(layer->setColor(c), Kdad::eOk);
+        EXPECT_EQ(layer->setIsOff(true), Kdad::eOk);
+        EXPECT_EQ(layer->setIsFrozen(true), Kdad::eOk);
+        EXPECT_EQ(layer->setIsLocked(true), Kdad::eOk);
+        EXPECT_EQ(layer->setIsPlottable(false), Kdad::eOk);
+        EXPECT_EQ(layer->setVPDFLT(true), Kdad::eOk);
+        EXPECT_EQ(layer->setLinetypeObjectId(dashed), Kdad::eOk);
+        EXPECT_EQ(layer->setLineWeight(KdDb::kLnWt211), Kdad::eOk);
+        EXPECT_EQ(layer->setPlotStyleName(L"Screened 50%"), Kdad::eOk);
+        EXPECT_EQ(layer->setDescription(L"Walls \u00E4\u03A9 of the ground floor"), Kdad::eOk);
+        EXPECT_EQ(layer->setTransparency(KdCmTransparency(uint8_t{77})), Kdad::eOk);
+        // Off is kept apart from the colour: still index 255.
+        EXPECT_EQ(layer->color().colorIndex(), 255);
+    }
+    auto copy = reloaded(db);
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(*copy, layerName), KdDb::kForRead);
+    ASSERT_TRUE(layer);
+    EXPECT_TRUE(layer->color().isByACI());
+    EXPECT_EQ(layer->color().colorIndex(), 255);
+    EXPECT_TRUE(layer->isOff());
+    EXPECT_TRUE(layer->isFrozen());
+    EXPECT_TRUE(layer->isLocked());
+    EXPECT_FALSE(layer->isPlottable());
+    EXPECT_TRUE(layer->VPDFLT());
+    KdDbObjectPointer<KdDbLinetypeTableRecord> ltype(layer->linetypeObjectId(), KdDb::kForRead);
+    ASSERT_TRUE(ltype);
+    EXPECT_EQ(ltype->name().str(), L"TV_DASHED");
+    EXPECT_EQ(layer->lineWeight(), KdDb::kLnWt211);
+    EXPECT_EQ(layer->plotStyleName().str(), L"Screened 50%");
+    EXPECT_EQ(layer->description().str(), L"Walls \u00E4\u03A9 of the ground floor");
+    EXPECT_EQ(layer->transparency(), KdCmTransparency(uint8_t{77}));
+}
+
+TEST(LayerRecordProperties, EverySetterSurvivesASaveOnANewDrawing) {
+    KdDbDatabase db;
+    addLayer(db, L"Walls");
+    checkEveryPropertySurvivesASave(db, L"Walls");
+}
+
+TEST(LayerRecordProperties, EverySetterSurvivesASaveOnARealDrawing) {
+    KdDbDatabase db(false);
+    if (!loadTestDrawing(db, "showcase_r2018.dxf"))
+        GTEST_SKIP() << "showcase_r2018.dxf is missing";
+    checkEveryPropertySurvivesASave(db, L"Layer1");
+    checkEveryPropertySurvivesASave(db, L"Layer_true_color");
+}
+
+TEST(LayerRecordProperties, OffAndOnKeepTheColour) {
+    KdDbDatabase db;
+    KdDbObjectId id = addLayer(db, L"Blinking");
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(id, KdDb::kForWrite);
+        KdCmColor c;
+        c.setColorIndex(1);
+        ASSERT_EQ(layer->setColor(c), Kdad::eOk);
+        ASSERT_EQ(layer->setIsOff(true), Kdad::eOk);
+        ASSERT_EQ(layer->setIsOff(true), Kdad::eOk); // twice must not flip it back
+        EXPECT_TRUE(layer->isOff());
+        EXPECT_EQ(layer->color().colorIndex(), 1);
+        // A colour set while off keeps the layer off.
+        c.setColorIndex(2);
+        ASSERT_EQ(layer->setColor(c), Kdad::eOk);
+        EXPECT_TRUE(layer->isOff());
+    }
+    auto copy = reloaded(db);
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(*copy, L"Blinking"),
+                                                      KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        EXPECT_TRUE(layer->isOff());
+        EXPECT_EQ(layer->color().colorIndex(), 2);
+        ASSERT_EQ(layer->setIsOff(false), Kdad::eOk);
+        EXPECT_FALSE(layer->isOff());
+        EXPECT_EQ(layer->color().colorIndex(), 2);
+    }
+}
+
+TEST(LayerRecordProperties, ColoursOfARealR2018Drawing) {
+    KdDbDatabase db(false);
+    if (!loadTestDrawing(db, "showcase_r2018.dxf"))
+        GTEST_SKIP() << "showcase_r2018.dxf is missing";
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> off(findLayer(db, L"Layer_Off"), KdDb::kForRead);
+        ASSERT_TRUE(off);
+        EXPECT_TRUE(off->isOff());
+        EXPECT_EQ(off->color().colorIndex(), 7);
+        KdDbObjectPointer<KdDbLayerTableRecord> tc(findLayer(db, L"Layer_true_color"),
+                                                   KdDb::kForRead);
+        ASSERT_TRUE(tc);
+        EXPECT_TRUE(tc->color().isByColor());
+        EXPECT_EQ(tc->color().trueColor24(), 1151726u);
+        KdDbObjectPointer<KdDbLayerTableRecord> book(findLayer(db, L"Layer_color_book"),
+                                                     KdDb::kForRead);
+        ASSERT_TRUE(book);
+        EXPECT_TRUE(book->color().isColorBookColor());
+        EXPECT_STREQ(book->color().bookName(), L"DIC COLOR GUIDE(R)");
+        EXPECT_STREQ(book->color().colorName(), L"DIC 7");
+        EXPECT_EQ(book->color().trueColor24(), 16564615u);
+        KdDbObjectPointer<KdDbLayerTableRecord> vp(findLayer(db, L"Layer_vp_freeze"),
+                                                   KdDb::kForRead);
+        ASSERT_TRUE(vp);
+        EXPECT_TRUE(vp->VPDFLT());
+        EXPECT_FALSE(vp->isFrozen());
+    }
+    // A new colour-book colour replaces the old one and is written for R2018.
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, L"Layer2"), KdDb::kForWrite);
+        KdCmColor c;
+        ASSERT_EQ(c.setRGB(10, 20, 30), Kdad::eOk);
+        ASSERT_EQ(c.setNames(L"Deep sea", L"My book"), Kdad::eOk);
+        ASSERT_EQ(layer->setColor(c), Kdad::eOk);
+    }
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, L"Layer_color_book"),
+                                                      KdDb::kForWrite);
+        KdCmColor c;
+        ASSERT_EQ(c.setRGB(200, 0, 0), Kdad::eOk);
+        ASSERT_EQ(layer->setColor(c), Kdad::eOk); // a plain true colour drops the book
+    }
+    auto copy = reloaded(db);
+    KdDbObjectPointer<KdDbLayerTableRecord> l2(findLayer(*copy, L"Layer2"), KdDb::kForRead);
+    ASSERT_TRUE(l2);
+    EXPECT_EQ(l2->color().trueColor24(), 0x0A141Eu);
+    EXPECT_STREQ(l2->color().bookName(), L"My book");
+    EXPECT_STREQ(l2->color().colorName(), L"Deep sea");
+    KdDbObjectPointer<KdDbLayerTableRecord> plain(findLayer(*copy, L"Layer_color_book"),
+                                                  KdDb::kForRead);
+    ASSERT_TRUE(plain);
+    EXPECT_TRUE(plain->color().isByColor());
+    EXPECT_FALSE(plain->color().hasBookName());
+    EXPECT_EQ(plain->color().trueColor24(), 0xC80000u);
+}
+
+TEST(LayerRecordProperties, RefusesInvalidColoursAndLineweights) {
+    KdDbDatabase db;
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(addLayer(db, L"Strict"), KdDb::kForWrite);
+    ASSERT_TRUE(layer);
+    KdCmColor c;
+    c.setColorIndex(42);
+    ASSERT_EQ(layer->setColor(c), Kdad::eOk);
+    KdCmColor byLayer;
+    KdCmColor byBlock;
+    byBlock.setColorIndex(0);
+    EXPECT_EQ(layer->setColor(byLayer), Kdad::eInvalidInput);
+    EXPECT_EQ(layer->setColor(byBlock), Kdad::eInvalidInput);
+    EXPECT_EQ(layer->color().colorIndex(), 42);
+
+    ASSERT_EQ(layer->setLineWeight(KdDb::kLnWt000), Kdad::eOk);
+    for (int bad : {1, 7, 212, 1000, -1, -2, -4})
+        EXPECT_EQ(layer->setLineWeight(static_cast<KdDb::LineWeight>(bad)), Kdad::eInvalidInput)
+            << bad;
+    EXPECT_EQ(layer->lineWeight(), KdDb::kLnWt000);
+    EXPECT_EQ(layer->setLineWeight(KdDb::kLnWtByLwDefault), Kdad::eOk);
+    EXPECT_EQ(layer->lineWeight(), KdDb::kLnWtByLwDefault);
+}
+
+TEST(LayerRecordNames, RefusesInvalidNamesAndKeepsTheOldOne) {
+    KdDbDatabase db;
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(addLayer(db, L"Valid"), KdDb::kForWrite);
+    ASSERT_TRUE(layer);
+    for (wchar_t bad : std::wstring(L"<>/\\\":;?*|=,`")) {
+        std::wstring name = L"A" + std::wstring(1, bad) + L"B";
+        EXPECT_EQ(layer->setName(name.c_str()), Kdad::eInvalidSymbolTableName)
+            << "character " << static_cast<char>(bad);
+    }
+    EXPECT_EQ(layer->setName(L""), Kdad::eInvalidSymbolTableName);
+    EXPECT_EQ(layer->setName(L" leading"), Kdad::eInvalidSymbolTableName);
+    EXPECT_EQ(layer->setName(std::wstring(256, L'x').c_str()), Kdad::eInvalidSymbolTableName);
+    EXPECT_EQ(layer->name().str(), L"Valid");
+
+    // Longest allowed name, inner and trailing blanks, non-ASCII text.
+    EXPECT_EQ(layer->setName(std::wstring(255, L'x').c_str()), Kdad::eOk);
+    EXPECT_EQ(layer->setName(L"Inner blank and trailing "), Kdad::eOk);
+    EXPECT_EQ(layer->setName(L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442"), Kdad::eOk);
+    layer.close();
+
+    auto copy = reloaded(db);
+    EXPECT_FALSE(findLayer(*copy, L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442")
+                     .isNull());
+}
+
+TEST(LayerRecordNames, RefusesDuplicatesIgnoringCase) {
+    KdDbDatabase db;
+    addLayer(db, L"Doors");
+    KdDbObjectId windows = addLayer(db, L"Windows");
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(windows, KdDb::kForWrite);
+        EXPECT_EQ(layer->setName(L"DOORS"), Kdad::eDuplicateRecordName);
+        EXPECT_EQ(layer->setName(L"doors"), Kdad::eDuplicateRecordName);
+        EXPECT_EQ(layer->name().str(), L"Windows");
+        // A change of case of its own name is no duplicate.
+        EXPECT_EQ(layer->setName(L"WINDOWS"), Kdad::eOk);
+    }
+    KdDbLayerTable* table = nullptr;
+    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
+    auto* dup = new KdDbLayerTableRecord;
+    ASSERT_EQ(dup->setName(L"dOoRs"), Kdad::eOk);
+    EXPECT_EQ(table->add(dup), Kdad::eDuplicateRecordName);
+    EXPECT_EQ(dup->objectId(), KdDbObjectId::kNull);
+    delete dup; // refused records stay the caller's
+    EXPECT_EQ(table->count(), 3u);
+    KdDbObjectId found;
+    EXPECT_EQ(table->getAt(L"windows", found), Kdad::eOk);
+    EXPECT_EQ(found, windows);
+    table->close();
+}
+
+TEST(LayerRecordNames, LayerZeroCannotBeRenamed) {
+    KdDbDatabase db;
+    KdDbObjectPointer<KdDbLayerTableRecord> zero(db.layerZero(), KdDb::kForWrite);
+    ASSERT_TRUE(zero);
+    EXPECT_EQ(zero->setName(L"Base"), Kdad::eIllegalReplacement);
+    EXPECT_EQ(zero->name().str(), L"0");
+}
+
+TEST(LayerRecordOpen, SettersNeedAWriteOpen) {
+    KdDbDatabase db;
+    KdDbObjectId id = addLayer(db, L"ReadOnly");
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(id, KdDb::kForRead);
+    ASSERT_TRUE(layer);
+    KdCmColor c;
+    c.setColorIndex(5);
+    EXPECT_EQ(layer->setName(L"Other"), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setColor(c), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setIsOff(true), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setIsFrozen(true), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setIsLocked(true), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setIsPlottable(false), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setVPDFLT(true), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setLineWeight(KdDb::kLnWt050), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setLinetypeObjectId(db.continuousLinetype()), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setPlotStyleName(L"Normal"), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setDescription(L"x"), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->setTransparency(KdCmTransparency(uint8_t{10})), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->erase(), Kdad::eNotOpenForWrite);
+    EXPECT_EQ(layer->name().str(), L"ReadOnly");
+    EXPECT_FALSE(layer->isOff());
+    EXPECT_FALSE(layer->isFrozen());
+    EXPECT_EQ(layer->color().colorIndex(), 7);
+    EXPECT_TRUE(layer->description().isEmpty());
+}
+
+TEST(LayerTableUsage, GenerateUsageDataMarksUsedLayers) {
+    KdDbDatabase db(false);
+    if (!loadTestDrawing(db, "showcase_r2018.dxf"))
+        GTEST_SKIP() << "showcase_r2018.dxf is missing";
+    KdDbLayerTable* table = nullptr;
+    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
+    table->generateUsageData();
+    table->close();
+    auto inUse = [&db](const wchar_t* name) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, name), KdDb::kForRead);
+        EXPECT_TRUE(layer) << KdString(name).utf8();
+        return layer && layer->isInUse();
+    };
+    EXPECT_TRUE(inUse(L"0"));
+    EXPECT_TRUE(inUse(L"Defpoints"));
+    EXPECT_TRUE(inUse(L"Layer1"));           // model-space entities
+    EXPECT_TRUE(inUse(L"Layer_Lt_dash"));
+    EXPECT_TRUE(inUse(L"Layer_true_color")); // an MLINE and a TEXT
+    EXPECT_FALSE(inUse(L"Layer_desc"));
+    EXPECT_FALSE(inUse(L"Layer_lw_050"));
+
+    // A new empty layer made current is in use; the flag is recomputed on each call.
+    KdDbObjectId fresh = addLayer(db, L"Fresh");
+    ASSERT_EQ(db.setClayer(fresh), Kdad::eOk);
+    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
+    table->generateUsageData();
+    table->close();
+    EXPECT_TRUE(inUse(L"Fresh"));
+    ASSERT_EQ(db.setClayer(db.layerZero()), Kdad::eOk);
+    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
+    table->generateUsageData();
+    table->close();
+    EXPECT_FALSE(inUse(L"Fresh"));
+}
+
+} // namespace

@@ -1,0 +1,332 @@
+// Transactions on a real drawing: abort restores the text exactly, nesting, renamed layers.
+#include "dxf/DxfTokenizer.h"
+#include "tv/KdDbDatabase.h"
+#include "tv/KdDbDictionary.h"
+#include "tv/KdDbEntity.h"
+#include "tv/KdDbLayerTableRecord.h"
+#include "tv/KdDbSymbolTable.h"
+#include "tv/KdDbTransactionManager.h"
+#include "tv/KdDbViewport.h"
+#include "tv/KdDbXrecord.h"
+#include "tv/KdResbuf.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+const std::string kDrawing = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
+
+class TransactionTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!std::filesystem::exists(kDrawing))
+            GTEST_SKIP() << kDrawing << " is missing";
+        std::string err;
+        ASSERT_EQ(m_db.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
+        ASSERT_EQ(m_db.writeDxf(m_original), Kdad::eOk);
+    }
+
+    // Texts of whole drawings are compared by their first differing line: a plain EXPECT_EQ
+    // would have GoogleTest build an edit-distance table of millions of lines.
+    static std::string firstDifference(const std::string& a, const std::string& b) {
+        if (a == b)
+            return {};
+        size_t i = 0;
+        while (i < a.size() && i < b.size() && a[i] == b[i])
+            ++i;
+        size_t line = static_cast<size_t>(std::count(a.begin(), a.begin() + static_cast<long>(i), '\n')) + 1;
+        size_t from = a.rfind('\n', i);
+        from = from == std::string::npos ? 0 : from + 1;
+        return "line " + std::to_string(line) + ": \"" + a.substr(from, 60) + "\" vs \"" +
+               b.substr(from, 60) + "\"";
+    }
+
+    std::string text() {
+        std::string out;
+        EXPECT_EQ(m_db.writeDxf(out), Kdad::eOk);
+        return out;
+    }
+
+    KdDbObjectId layerId(const wchar_t* name) {
+        KdDbLayerTable* table = nullptr;
+        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
+        KdDbObjectId id;
+        if (table) {
+            table->getAt(name, id);
+            table->close();
+        }
+        return id;
+    }
+
+    KdDbObjectId addLayer(const wchar_t* name) {
+        KdDbLayerTable* table = nullptr;
+        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
+        auto* layer = new KdDbLayerTableRecord;
+        EXPECT_EQ(layer->setName(name), Kdad::eOk);
+        KdDbObjectId id;
+        Kdad::ErrorStatus es = table->add(id, layer);
+        EXPECT_EQ(es, Kdad::eOk);
+        if (es != Kdad::eOk)
+            delete layer;
+        table->close();
+        return id;
+    }
+
+    int colorOf(const wchar_t* name) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForRead);
+        return layer ? layer->color().colorIndex() : -1;
+    }
+
+    void setColor(const wchar_t* name, uint16_t index) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForWrite);
+        ASSERT_TRUE(layer) << "cannot open " << KdString(name).utf8();
+        KdCmColor c;
+        ASSERT_EQ(c.setColorIndex(index), Kdad::eOk);
+        ASSERT_EQ(layer->setColor(c), Kdad::eOk);
+    }
+
+    /// A paper-space viewport other than the sheet itself.
+    KdDbObjectId someViewport() {
+        KdDbObjectId found;
+        m_db.forEachObject([&found](KdDbObject* obj) {
+            auto* vp = dynamic_cast<KdDbViewport*>(obj);
+            if (found.isNull() && vp && !vp->isErased() && vp->number() > 1)
+                found = vp->objectId();
+        });
+        return found;
+    }
+
+    KdDbTransactionManager& tm() { return *m_db.transactionManager(); }
+
+    KdDbDatabase m_db{false};
+    std::string m_original;
+};
+
+// Layer names on entities (group 8) inside the BLOCKS and ENTITIES sections.
+std::vector<std::string> entityLayerNames(const std::string& text) {
+    std::vector<KdDbTag> tags;
+    EXPECT_TRUE(tvdxf::tokenize(text, tags).ok);
+    std::vector<std::string> names;
+    bool inGraphics = false;
+    for (size_t i = 0; i < tags.size(); ++i) {
+        if (tags[i].code == 2 && i > 0 && tags[i - 1].code == 0 &&
+            tvdxf::trimmed(tags[i - 1].value()) == "SECTION") {
+            auto v = tvdxf::trimmed(tags[i].value());
+            inGraphics = v == "ENTITIES" || v == "BLOCKS";
+        }
+        if (inGraphics && tags[i].code == 8)
+            names.emplace_back(tags[i].value());
+    }
+    return names;
+}
+
+size_t countOf(const std::vector<std::string>& v, const std::string& s) {
+    return static_cast<size_t>(std::count(v.begin(), v.end(), s));
+}
+
+TEST_F(TransactionTest, AbortRestoresTheDrawingByteForByte) {
+    ASSERT_NE(tm().startTransaction(), nullptr);
+
+    addLayer(L"Brand new layer");
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer1"), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        EXPECT_EQ(layer->setName(L"Layer1 renamed"), Kdad::eOk);
+    }
+    KdDbObjectId ltype = m_db.continuousLinetype();
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer_Lt_dash"), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        KdCmColor c;
+        c.setRGB(1, 2, 3);
+        EXPECT_EQ(layer->setColor(c), Kdad::eOk);
+        EXPECT_EQ(layer->setLinetypeObjectId(ltype), Kdad::eOk);
+        EXPECT_EQ(layer->setLineWeight(KdDb::kLnWt211), Kdad::eOk);
+        EXPECT_EQ(layer->setIsFrozen(true), Kdad::eOk);
+        EXPECT_EQ(layer->setIsLocked(true), Kdad::eOk);
+        EXPECT_EQ(layer->setIsOff(true), Kdad::eOk);
+        EXPECT_EQ(layer->setIsPlottable(false), Kdad::eOk);
+        EXPECT_EQ(layer->setDescription(L"changed inside the transaction"), Kdad::eOk);
+        EXPECT_EQ(layer->setTransparency(KdCmTransparency(uint8_t{100})), Kdad::eOk);
+    }
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer_desc"), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        EXPECT_EQ(layer->setDescription(L""), Kdad::eOk);
+        EXPECT_EQ(layer->setVPDFLT(true), Kdad::eOk);
+        EXPECT_EQ(layer->setPlotStyleName(L"Style in transaction"), Kdad::eOk);
+    }
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer_Freeze"), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        EXPECT_EQ(layer->setIsFrozen(false), Kdad::eOk);
+        EXPECT_EQ(layer->setIsLocked(true), Kdad::eOk);
+    }
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"app_layer"), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        EXPECT_EQ(layer->erase(), Kdad::eOk);
+    }
+    KdDbObjectId vpId = someViewport();
+    ASSERT_FALSE(vpId.isNull()) << "the drawing has no viewport";
+    {
+        KdDbObjectPointer<KdDbViewport> vp(vpId, KdDb::kForWrite);
+        ASSERT_TRUE(vp);
+        EXPECT_EQ(vp->freezeLayersInViewport({layerId(L"Layer2"), layerId(L"Layer_lw_050")}),
+                  Kdad::eOk);
+        EXPECT_TRUE(vp->isLayerFrozenInViewport(layerId(L"Layer2")));
+    }
+    {
+        KdDbObjectPointer<KdDbDictionary> nod(m_db.namedObjectsDictionaryId(), KdDb::kForWrite);
+        ASSERT_TRUE(nod);
+        auto* xrec = new KdDbXrecord;
+        KdResbufPtr data(kdutBuildList(1, L"kept only if committed", 70, 12, RTNONE));
+        ASSERT_TRUE(data);
+        KdDbObjectId xid;
+        ASSERT_EQ(nod->setAt(L"TV_TRANSACTION_TEST", xrec, xid), Kdad::eOk);
+        nod.close();
+        // The data is encoded for the drawing, so it is set once the xrecord is in it.
+        KdDbObjectPointer<KdDbXrecord> added(xid, KdDb::kForWrite);
+        ASSERT_TRUE(added);
+        EXPECT_EQ(added->setFromRbChain(data.get()), Kdad::eOk);
+    }
+
+    const std::string changed = text();
+    ASSERT_NE(changed, m_original);
+    EXPECT_NE(changed.find("TV_TRANSACTION_TEST"), std::string::npos);
+
+    ASSERT_EQ(tm().abortTransaction(), Kdad::eOk);
+    EXPECT_EQ(tm().numActiveTransactions(), 0);
+    EXPECT_EQ(firstDifference(text(), m_original), "");
+
+    // Names and lookups follow the restored records, not the ones made in the transaction.
+    EXPECT_FALSE(layerId(L"Layer1").isNull());
+    EXPECT_TRUE(layerId(L"Layer1 renamed").isNull());
+    EXPECT_TRUE(layerId(L"Brand new layer").isNull());
+    EXPECT_FALSE(layerId(L"app_layer").isNull());
+    KdDbObjectPointer<KdDbViewport> vp(vpId, KdDb::kForRead);
+    ASSERT_TRUE(vp);
+    EXPECT_FALSE(vp->isLayerFrozenInViewport(layerId(L"Layer2")));
+    KdDbObjectPointer<KdDbDictionary> nod(m_db.namedObjectsDictionaryId(), KdDb::kForRead);
+    ASSERT_TRUE(nod);
+    EXPECT_FALSE(nod->has(L"TV_TRANSACTION_TEST"));
+}
+
+TEST_F(TransactionTest, InnerAbortKeepsTheOuterChangesAndCommitKeepsThem) {
+    const int layer2Before = colorOf(L"Layer2");
+    ASSERT_NE(layer2Before, 3);
+
+    ASSERT_NE(tm().startTransaction(), nullptr);
+    setColor(L"Layer1", 3);
+    addLayer(L"Outer layer");
+
+    ASSERT_NE(tm().startTransaction(), nullptr);
+    EXPECT_EQ(tm().numActiveTransactions(), 2);
+    setColor(L"Layer1", 4); // changed again by the inner one
+    setColor(L"Layer2", 3);
+    addLayer(L"Inner layer");
+    ASSERT_EQ(tm().abortTransaction(), Kdad::eOk);
+
+    EXPECT_EQ(tm().numActiveTransactions(), 1);
+    EXPECT_EQ(colorOf(L"Layer1"), 3);
+    EXPECT_EQ(colorOf(L"Layer2"), layer2Before);
+    EXPECT_TRUE(layerId(L"Inner layer").isNull());
+    EXPECT_FALSE(layerId(L"Outer layer").isNull());
+
+    ASSERT_EQ(tm().endTransaction(), Kdad::eOk);
+    EXPECT_EQ(tm().numActiveTransactions(), 0);
+    EXPECT_EQ(tm().abortTransaction(), Kdad::eNoActiveTransactions);
+    EXPECT_EQ(colorOf(L"Layer1"), 3);
+
+    // Changes after the commit are kept as well, and everything survives a save and reload.
+    setColor(L"Layer2", 5);
+    std::string saved = text();
+    KdDbDatabase reread(false);
+    std::string err;
+    ASSERT_EQ(reread.readDxfBuffer(saved, &err), Kdad::eOk) << err;
+    KdDbLayerTable* table = nullptr;
+    ASSERT_EQ(reread.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
+    KdDbObjectId l1, l2, outer, inner;
+    EXPECT_EQ(table->getAt(L"Layer1", l1), Kdad::eOk);
+    EXPECT_EQ(table->getAt(L"Layer2", l2), Kdad::eOk);
+    EXPECT_EQ(table->getAt(L"Outer layer", outer), Kdad::eOk);
+    EXPECT_EQ(table->getAt(L"Inner layer", inner), Kdad::eKeyNotFound);
+    table->close();
+    KdDbObjectPointer<KdDbLayerTableRecord> p1(l1, KdDb::kForRead);
+    KdDbObjectPointer<KdDbLayerTableRecord> p2(l2, KdDb::kForRead);
+    ASSERT_TRUE(p1 && p2);
+    EXPECT_EQ(p1->color().colorIndex(), 3);
+    EXPECT_EQ(p2->color().colorIndex(), 5);
+}
+
+TEST_F(TransactionTest, CommittedInnerChangesAreUndoneByTheOuterAbort) {
+    ASSERT_NE(tm().startTransaction(), nullptr);
+    setColor(L"Layer1", 3);
+    ASSERT_NE(tm().startTransaction(), nullptr);
+    setColor(L"Layer2", 4);
+    addLayer(L"Committed inside");
+    ASSERT_EQ(tm().endTransaction(), Kdad::eOk);
+    EXPECT_EQ(colorOf(L"Layer2"), 4);
+    ASSERT_EQ(tm().abortTransaction(), Kdad::eOk);
+    EXPECT_EQ(firstDifference(text(), m_original), "");
+}
+
+TEST_F(TransactionTest, EntitiesFollowARenamedLayerAndGoBackOnAbort) {
+    const std::vector<std::string> before = entityLayerNames(m_original);
+    const size_t onLayer1 = countOf(before, "Layer1");
+    ASSERT_GT(onLayer1, 0u) << "the drawing should have entities on Layer1";
+
+    ASSERT_NE(tm().startTransaction(), nullptr);
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer1"), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        ASSERT_EQ(layer->setName(L"Walls"), Kdad::eOk);
+    }
+    const std::string renamed = text();
+    const std::vector<std::string> during = entityLayerNames(renamed);
+    EXPECT_EQ(countOf(during, "Layer1"), 0u) << "an entity is still written on the old name";
+    EXPECT_EQ(countOf(during, "Walls"), onLayer1);
+
+    // The renamed drawing reads back with the entities bound to the renamed layer.
+    KdDbDatabase reread(false);
+    std::string err;
+    ASSERT_EQ(reread.readDxfBuffer(renamed, &err), Kdad::eOk) << err;
+    size_t bound = 0;
+    reread.forEachObject([&bound](KdDbObject* obj) {
+        auto* ent = dynamic_cast<KdDbEntity*>(obj);
+        if (ent && ent->layer().str() == L"Walls" && !ent->layerId().isNull())
+            ++bound;
+    });
+    EXPECT_EQ(bound, onLayer1);
+
+    ASSERT_EQ(tm().abortTransaction(), Kdad::eOk);
+    const std::string after = text();
+    EXPECT_EQ(countOf(entityLayerNames(after), "Layer1"), onLayer1);
+    EXPECT_EQ(firstDifference(after, m_original), "");
+}
+
+TEST_F(TransactionTest, CurrentLayerFollowsARename) {
+    const KdDbObjectId layer1 = layerId(L"Layer1");
+    ASSERT_EQ(m_db.setClayer(layer1), Kdad::eOk);
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layer1, KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        ASSERT_EQ(layer->setName(L"Current renamed"), Kdad::eOk);
+    }
+    EXPECT_EQ(m_db.clayer(), layer1);
+    EXPECT_EQ(m_db.getHeaderVar("$CLAYER").str(), L"Current renamed");
+    KdDbDatabase reread(false);
+    std::string err;
+    ASSERT_EQ(reread.readDxfBuffer(text(), &err), Kdad::eOk) << err;
+    KdDbObjectPointer<KdDbLayerTableRecord> current(reread.clayer(), KdDb::kForRead);
+    ASSERT_TRUE(current);
+    EXPECT_EQ(current->name().str(), L"Current renamed");
+}
+
+} // namespace
