@@ -6,8 +6,10 @@
 #include "DxfDrawingPlan.h"
 #include "DxfTagWriter.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <numbers>
 #include <string_view>
@@ -751,17 +753,20 @@ private:
     bool m_verbose = false; // the entity being written spells out its defaults
 };
 
-bool writeFile(const std::string& path, const std::string& text, std::string* error) {
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file) {
-        *error = "cannot create " + path;
+// Writes `text` to `file`; messages name `target`, the path the caller asked for.
+bool writeFile(const std::string& file, const std::string& target, const std::string& text,
+               std::string* error) {
+    std::FILE* out = std::fopen(file.c_str(), "wb");
+    if (!out) {
+        *error = "cannot create " + target + ": " + std::strerror(errno);
         return false;
     }
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    const bool closed = std::fclose(file) == 0;
+    const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
+    const int writeErrno = errno;
+    const bool closed = std::fclose(out) == 0;
     if (!written || !closed) {
-        *error = "cannot write " + path + " (disk full?)";
-        std::remove(path.c_str());
+        *error = "cannot write " + target + ": " + std::strerror(written ? errno : writeErrno);
+        std::remove(file.c_str());
         return false;
     }
     return true;
@@ -798,7 +803,7 @@ bool writeDxf(const DxfGeneratorOptions& options, const std::string& path, std::
         return false;
     }
     const std::string temporary = path + ".part" + std::to_string(::getpid());
-    if (!writeFile(temporary, generateDxf(options), &message))
+    if (!writeFile(temporary, path, generateDxf(options), &message))
         return false;
     std::error_code ec;
     std::filesystem::rename(temporary, path, ec);

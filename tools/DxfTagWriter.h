@@ -30,7 +30,7 @@ public:
         groupCode(code);
         char buf[24];
         const auto res = std::to_chars(buf, buf + sizeof buf, value);
-        m_out.append(buf, res.ptr);
+        append(buf, res.ptr);
         endLine();
     }
     void handle(int code, std::uint64_t value) {
@@ -41,7 +41,7 @@ public:
             if (*p >= 'a')
                 *p = static_cast<char>(*p - 'a' + 'A');
         }
-        m_out.append(buf, res.ptr);
+        append(buf, res.ptr);
         endLine();
     }
     // Sixteen significant digits, as AutoCAD writes computed coordinates.
@@ -52,7 +52,7 @@ public:
         char buf[32];
         const auto res =
             std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 16);
-        m_out.append(buf, res.ptr);
+        append(buf, res.ptr);
         if (std::string_view(buf, static_cast<std::size_t>(res.ptr - buf)).find_first_of(".e") ==
             std::string_view::npos)
             m_out.append(".0");
@@ -75,8 +75,12 @@ private:
             m_out.push_back(' ');
         char buf[8];
         const auto res = std::to_chars(buf, buf + sizeof buf, code);
-        m_out.append(buf, res.ptr);
+        append(buf, res.ptr);
         endLine();
+    }
+    // Pointer and length: GCC 12 at -O3 warns falsely (-Wrestrict) on append(first, last).
+    void append(const char* first, const char* last) {
+        m_out.append(first, static_cast<std::size_t>(last - first));
     }
     void endLine() {
         if (m_crlf)
