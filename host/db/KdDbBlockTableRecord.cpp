@@ -5,6 +5,7 @@
 #include "dxf/DxfTokenizer.h"
 
 #include <tv/KdDbEntity.h>
+#include <tv/KdDbSymbolTable.h>
 
 namespace {
 
@@ -104,9 +105,14 @@ Kdad::ErrorStatus KdDbBlockTableRecord::appendKdDbEntity(KdDbObjectId& id, KdDbE
     entity->setTags(std::move(tags));
     id = db->adopt(entity);
     if (!entity->boundLayer()) {
-        // A layer named in the entity's own tags.
+        // A layer named in the entity's own tags: bound so that it follows a rename.
         std::wstring name = db->decode(tvdxf::trimmed(entity->tagValue(8)));
-        entity->setLayer(name.c_str());
+        KdDbObjectId tableId = db->layerTableId();
+        auto* table = dynamic_cast<KdDbSymbolTable*>(tableId.stub() ? tableId.stub()->object
+                                                                    : nullptr);
+        KdDbObjectId layerId;
+        if (table && table->getAt(name.c_str(), layerId) == Kdad::eOk)
+            entity->bindLayer(layerId.stub());
     }
     m_entities.push_back(id);
     if (objectId() == db->modelSpaceId() || objectId() == paper)

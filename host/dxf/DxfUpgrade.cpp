@@ -219,14 +219,15 @@ private:
     void writeHeader() {
         tag(0, "SECTION");
         tag(2, "HEADER");
+        // The version comes first, also when the R12 file had none.
+        tag(9, "$ACADVER");
+        tag(1, "AC1015");
         bool seed = false;
         for (size_t i = 0; i < m_header.size(); ++i) {
             const KdDbTag& t = m_header[i];
             if (t.code == 9 && i + 1 < m_header.size()) {
                 std::string_view name = trimmed(t.value());
                 if (name == "$ACADVER") {
-                    tag(9, "$ACADVER");
-                    tag(1, "AC1015");
                     ++i;
                     continue;
                 }
