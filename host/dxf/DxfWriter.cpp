@@ -10,7 +10,9 @@
 #include <tv/KdDbEntity.h>
 #include <tv/KdDbSymbolTable.h>
 
+#include <algorithm>
 #include <charconv>
+#include <unordered_set>
 
 namespace tvdxf {
 
@@ -116,7 +118,43 @@ public:
         }
     }
 
-    std::string formatHandleSeed() const { return tvdb::formatHandle(m_impl.maxHandle + 1); }
+    // One past the highest handle that is written: handles taken by records that are not
+    // written (erased ones, or block records the file did not have) do not move the seed, so
+    // a drawing read back and saved again keeps it.
+    bool inEntitiesSection(const KdDbObjectId& id) {
+        if (m_entitiesSet.empty() && !m_impl.entitiesSection.empty())
+            for (const KdDbObjectId& e : m_impl.entitiesSection)
+                m_entitiesSet.insert(e.stub());
+        return m_entitiesSet.count(id.stub()) != 0;
+    }
+
+    std::string formatHandleSeed() const {
+        uint64_t top = 0;
+        auto see = [&top](const KdDbObjectId& id) {
+            if (id.isValid() && !id.isErased())
+                top = std::max(top, id.stub()->handle);
+        };
+        for (const KdDbObjectId& tableId : m_impl.tables) {
+            see(tableId);
+            if (auto* table = dynamic_cast<KdDbSymbolTable*>(tableId.stub()->object))
+                for (const KdDbObjectId& rec : table->recordIds())
+                    see(rec);
+        }
+        for (const KdDbObjectId& btrId : m_impl.blockOrder) {
+            auto* btr = dynamic_cast<KdDbBlockTableRecord*>(btrId.stub()->object);
+            if (!btr || btr->isErased())
+                continue;
+            see(btr->blockBeginId());
+            see(btr->blockEndId());
+            for (const KdDbObjectId& e : btr->entityIds())
+                see(e);
+        }
+        for (const KdDbObjectId& e : m_impl.entitiesSection)
+            see(e);
+        for (const KdDbObjectId& o : m_impl.objectsSection)
+            see(o);
+        return tvdb::formatHandle(top + 1);
+    }
 
     bool write(KdDb::DwgVersion version) {
         if (m_sink)
@@ -152,8 +190,11 @@ public:
                     if (!btr || btr->isErased() || btr->blockBeginId().isNull())
                         continue;
                     object(btr->blockBeginId());
-                    if (btrId != m_impl.modelSpace && btrId != m_impl.paperSpace)
-                        for (const KdDbObjectId& e : btr->entityIds())
+                    // The spaces' entities are written in ENTITIES, except any that the file
+                    // had inside the space's BLOCK definition itself.
+                    bool space = btrId == m_impl.modelSpace || btrId == m_impl.paperSpace;
+                    for (const KdDbObjectId& e : btr->entityIds())
+                        if (!space || !inEntitiesSection(e))
                             object(e);
                     object(btr->blockEndId());
                 }
@@ -181,6 +222,7 @@ private:
     std::string& m_out;
     const TextSink* m_sink;
     bool m_ok = true;
+    std::unordered_set<const KdDbStub*> m_entitiesSet;
 };
 
 } // namespace
