@@ -210,6 +210,10 @@ Kdad::ErrorStatus KdDbDictionary::remove(const wchar_t* key, KdDbObjectId& remov
     removedId = m_entries[static_cast<size_t>(i)].id;
     m_entries.erase(m_entries.begin() + i);
     writeEntries();
+    // The object stays in the drawing, owned by nothing, until its caller erases or re-adds it.
+    KdDbObject* removed = removedId.stub() ? removedId.stub()->object : nullptr;
+    if (removed && removed->ownerId() == objectId())
+        removed->setOwnerId(KdDbObjectId::kNull);
     return Kdad::eOk;
 }
 

@@ -1,0 +1,194 @@
+// Undo marks: changes since a mark are undone exactly, marks nest, transactions inside a mark.
+#include "tv/KdDbDatabase.h"
+#include "tv/KdDbLayerTableRecord.h"
+#include "tv/KdDbSymbolTable.h"
+#include "tv/KdDbTransactionManager.h"
+#include "tv/KdDbUndoJournal.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+const std::string kDrawing = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
+
+// First differing line of two drawing texts, empty when equal. Whole texts are not handed to
+// EXPECT_EQ: its diff of millions of lines exhausts memory.
+std::string firstDifference(const std::string& a, const std::string& b) {
+    if (a == b)
+        return {};
+    size_t i = 0;
+    while (i < a.size() && i < b.size() && a[i] == b[i])
+        ++i;
+    const auto line = std::count(a.begin(), a.begin() + static_cast<long>(i), '\n') + 1;
+    size_t from = a.rfind('\n', i);
+    from = from == std::string::npos ? 0 : from + 1;
+    return "line " + std::to_string(line) + ": \"" + a.substr(from, 60) + "\" vs \"" +
+           b.substr(from, 60) + "\"";
+}
+
+class UndoMarkTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!std::filesystem::exists(kDrawing))
+            GTEST_SKIP() << kDrawing << " is missing";
+        std::string err;
+        ASSERT_EQ(m_db.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
+        m_original = text();
+    }
+
+    std::string text() {
+        std::string out;
+        EXPECT_EQ(m_db.writeDxf(out), Kdad::eOk);
+        return out;
+    }
+
+    KdDbObjectId layerId(const wchar_t* name) {
+        KdDbLayerTable* table = nullptr;
+        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
+        KdDbObjectId id;
+        if (table) {
+            table->getAt(name, id);
+            table->close();
+        }
+        return id;
+    }
+
+    KdDbObjectId addLayer(const wchar_t* name) {
+        KdDbLayerTable* table = nullptr;
+        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
+        KdDbObjectId id;
+        if (!table)
+            return id;
+        auto* layer = new KdDbLayerTableRecord;
+        EXPECT_EQ(layer->setName(name), Kdad::eOk);
+        if (table->add(id, layer) != Kdad::eOk) {
+            ADD_FAILURE() << "cannot add layer " << KdString(name).utf8();
+            delete layer;
+        }
+        table->close();
+        return id;
+    }
+
+    void setColor(const wchar_t* name, uint16_t index) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForWrite);
+        ASSERT_TRUE(layer) << "cannot open " << KdString(name).utf8();
+        KdCmColor c;
+        ASSERT_EQ(c.setColorIndex(index), Kdad::eOk);
+        ASSERT_EQ(layer->setColor(c), Kdad::eOk);
+    }
+
+    int colorOf(const wchar_t* name) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForRead);
+        return layer ? layer->color().colorIndex() : -1;
+    }
+
+    void rename(const wchar_t* from, const wchar_t* to) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(from), KdDb::kForWrite);
+        ASSERT_TRUE(layer) << "cannot open " << KdString(from).utf8();
+        ASSERT_EQ(layer->setName(to), Kdad::eOk);
+    }
+
+    KdDbUndoJournal& journal() { return m_db.undoJournal(); }
+
+    KdDbDatabase m_db{false};
+    std::string m_original;
+};
+
+TEST_F(UndoMarkTest, UndoToMarkRestoresTheDrawingExactly) {
+    EXPECT_FALSE(journal().hasUndoMark());
+    EXPECT_FALSE(journal().undoToLastMark());
+    EXPECT_EQ(firstDifference(text(), m_original), "");
+
+    journal().putUndoMark();
+    EXPECT_TRUE(journal().hasUndoMark());
+    rename(L"Layer1", L"Layer1 renamed");
+    setColor(L"Layer2", 6);
+    setColor(L"Layer2", 2); // a second change of the same layer
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"app_layer"), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        ASSERT_EQ(layer->erase(), Kdad::eOk);
+    }
+    const KdDbObjectId added = addLayer(L"Added after the mark");
+    ASSERT_FALSE(added.isNull());
+    ASSERT_NE(text(), m_original);
+
+    ASSERT_TRUE(journal().undoToLastMark());
+    EXPECT_FALSE(journal().hasUndoMark());
+    EXPECT_EQ(firstDifference(text(), m_original), "");
+
+    // Name lookups follow the restored records.
+    EXPECT_FALSE(layerId(L"Layer1").isNull());
+    EXPECT_TRUE(layerId(L"Layer1 renamed").isNull());
+    EXPECT_FALSE(layerId(L"app_layer").isNull());
+    EXPECT_TRUE(layerId(L"Added after the mark").isNull());
+    // The undone name can be taken again, and the restored drawing reads back.
+    EXPECT_FALSE(addLayer(L"Added after the mark").isNull());
+    KdDbDatabase re(false);
+    std::string err;
+    ASSERT_EQ(re.readDxfBuffer(text(), &err), Kdad::eOk) << err;
+
+    EXPECT_FALSE(journal().undoToLastMark());
+}
+
+TEST_F(UndoMarkTest, TwoMarksUndoOneAtATime) {
+    const int layer2Before = colorOf(L"Layer2");
+    journal().putUndoMark();
+    setColor(L"Layer1", 3);
+    addLayer(L"First period");
+    const std::string afterFirst = text();
+
+    journal().putUndoMark();
+    setColor(L"Layer1", 4); // the same layer changed again after the second mark
+    setColor(L"Layer2", 5);
+    addLayer(L"Second period");
+    rename(L"First period", L"First period renamed");
+
+    ASSERT_TRUE(journal().undoToLastMark());
+    EXPECT_TRUE(journal().hasUndoMark());
+    EXPECT_EQ(colorOf(L"Layer1"), 3);
+    EXPECT_EQ(colorOf(L"Layer2"), layer2Before);
+    EXPECT_FALSE(layerId(L"First period").isNull());
+    EXPECT_TRUE(layerId(L"Second period").isNull());
+    EXPECT_EQ(firstDifference(text(), afterFirst), "");
+
+    ASSERT_TRUE(journal().undoToLastMark());
+    EXPECT_FALSE(journal().hasUndoMark());
+    EXPECT_EQ(firstDifference(text(), m_original), "");
+    EXPECT_FALSE(journal().undoToLastMark());
+}
+
+TEST_F(UndoMarkTest, TransactionsInsideAMarkPeriod) {
+    KdDbTransactionManager& tm = *m_db.transactionManager();
+    journal().putUndoMark();
+    setColor(L"Layer1", 3);
+
+    // An aborted transaction undoes only its own changes and leaves the mark in place.
+    ASSERT_NE(tm.startTransaction(), nullptr);
+    setColor(L"Layer1", 4);
+    setColor(L"Layer2", 4);
+    addLayer(L"Aborted");
+    ASSERT_EQ(tm.abortTransaction(), Kdad::eOk);
+    EXPECT_EQ(colorOf(L"Layer1"), 3);
+    EXPECT_TRUE(layerId(L"Aborted").isNull());
+    EXPECT_TRUE(journal().hasUndoMark());
+
+    // A committed one stays until the mark is undone.
+    ASSERT_NE(tm.startTransaction(), nullptr);
+    setColor(L"Layer2", 6);
+    addLayer(L"Committed");
+    ASSERT_EQ(tm.endTransaction(), Kdad::eOk);
+    EXPECT_EQ(colorOf(L"Layer2"), 6);
+    EXPECT_FALSE(layerId(L"Committed").isNull());
+
+    ASSERT_TRUE(journal().undoToLastMark());
+    EXPECT_TRUE(layerId(L"Committed").isNull());
+    EXPECT_EQ(firstDifference(text(), m_original), "");
+    EXPECT_FALSE(journal().isRecording());
+}
+
+} // namespace

@@ -1,0 +1,324 @@
+// Layers frozen per viewport and per-viewport layer overrides, through save and reload.
+#include "dxf/DxfTokenizer.h"
+#include "tv/KdDbDatabase.h"
+#include "tv/KdDbDictionary.h"
+#include "tv/KdDbLayerTableRecord.h"
+#include "tv/KdDbSymbolTable.h"
+#include "tv/KdDbSymbolTableRecord.h"
+#include "tv/KdDbTransactionManager.h"
+#include "tv/KdDbViewport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+const std::string kDrawing =
+    std::string(TV_TESTDATA_DIR) + "/ezdxf_viewport_frozen_layers.dxf";
+
+// Handles in the drawing: three floating viewports, B1 without frozen layers, B8 freezing
+// Layer1 and BB freezing Layer2.
+constexpr uint64_t kVpPlain = 0xB1, kVpLayer1 = 0xB8, kVpLayer2 = 0xBB;
+constexpr uint64_t kLayer1 = 0x9F, kLayer2 = 0xA2, kLayer3 = 0xA3;
+
+using Handles = std::vector<uint64_t>;
+
+Handles frozenHandles(KdDbDatabase& db, uint64_t vpHandle) {
+    KdDbObjectPointer<KdDbViewport> vp(db.objectIdOf(vpHandle), KdDb::kForRead);
+    EXPECT_TRUE(vp) << "viewport " << std::hex << vpHandle;
+    Handles out;
+    if (!vp)
+        return out;
+    std::vector<KdDbObjectId> ids;
+    EXPECT_EQ(vp->getFrozenLayerList(ids), Kdad::eOk);
+    for (KdDbObjectId id : ids)
+        out.push_back(id.handle().value());
+    return out;
+}
+
+class ViewportTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!std::filesystem::exists(kDrawing))
+            GTEST_SKIP() << kDrawing << " is missing";
+        std::string err;
+        ASSERT_EQ(m_db.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
+    }
+
+    KdDbObjectId id(uint64_t handle) { return m_db.objectIdOf(handle); }
+
+    // The drawing written and read into `out`.
+    void reload(KdDbDatabase& out) {
+        std::string text, err;
+        ASSERT_EQ(m_db.writeDxf(text), Kdad::eOk);
+        ASSERT_EQ(out.readDxfBuffer(text, &err), Kdad::eOk) << err;
+    }
+
+    Kdad::ErrorStatus freeze(uint64_t vpHandle, const std::vector<KdDbObjectId>& layers) {
+        KdDbObjectPointer<KdDbViewport> vp(id(vpHandle), KdDb::kForWrite);
+        EXPECT_TRUE(vp);
+        return vp ? vp->freezeLayersInViewport(layers) : vp.openStatus();
+    }
+
+    Kdad::ErrorStatus thaw(uint64_t vpHandle, const std::vector<KdDbObjectId>& layers) {
+        KdDbObjectPointer<KdDbViewport> vp(id(vpHandle), KdDb::kForWrite);
+        EXPECT_TRUE(vp);
+        return vp ? vp->thawLayersInViewport(layers) : vp.openStatus();
+    }
+
+    KdDbObjectId addLinetype(const wchar_t* name) {
+        KdDbLinetypeTable* table = nullptr;
+        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
+        KdDbObjectId ltId;
+        if (!table)
+            return ltId;
+        auto* lt = new KdDbLinetypeTableRecord;
+        EXPECT_EQ(lt->setName(name), Kdad::eOk);
+        if (table->add(ltId, lt) != Kdad::eOk)
+            delete lt;
+        table->close();
+        return ltId;
+    }
+
+    KdDbDatabase m_db{false};
+};
+
+TEST_F(ViewportTest, FrozenListsMatchTheFile) {
+    EXPECT_EQ(frozenHandles(m_db, kVpPlain), Handles{});
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer1), Handles{kLayer1});
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer2), Handles{kLayer2});
+    KdDbObjectPointer<KdDbViewport> vp(id(kVpLayer1), KdDb::kForRead);
+    ASSERT_TRUE(vp);
+    EXPECT_EQ(vp->number(), 4);
+    EXPECT_TRUE(vp->isLayerFrozenInViewport(id(kLayer1)));
+    EXPECT_FALSE(vp->isLayerFrozenInViewport(id(kLayer2)));
+    EXPECT_FALSE(vp->isLayerFrozenInViewport(KdDbObjectId::kNull));
+}
+
+TEST_F(ViewportTest, FreezeAndThawKeepOrderAndSurviveReload) {
+    // New layers go at the end; one already frozen and one given twice are kept once.
+    ASSERT_EQ(freeze(kVpLayer1, {id(kLayer3), id(kLayer1), id(kLayer2), id(kLayer3)}),
+              Kdad::eOk);
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer1), (Handles{kLayer1, kLayer3, kLayer2}));
+    ASSERT_EQ(freeze(kVpLayer1, {}), Kdad::eOk);
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer1), (Handles{kLayer1, kLayer3, kLayer2}));
+    {
+        KdDbDatabase re(false);
+        reload(re);
+        EXPECT_EQ(frozenHandles(re, kVpLayer1), (Handles{kLayer1, kLayer3, kLayer2}));
+        EXPECT_EQ(frozenHandles(re, kVpLayer2), Handles{kLayer2}) << "another viewport changed";
+    }
+
+    // Thaw removes exactly what is named; a layer that is not frozen is no fault.
+    ASSERT_EQ(thaw(kVpLayer1, {id(kLayer3), id(0x10)}), Kdad::eOk);
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer1), (Handles{kLayer1, kLayer2}));
+    {
+        KdDbDatabase re(false);
+        reload(re);
+        EXPECT_EQ(frozenHandles(re, kVpLayer1), (Handles{kLayer1, kLayer2}));
+    }
+
+    {
+        KdDbObjectPointer<KdDbViewport> vp(id(kVpLayer1), KdDb::kForWrite);
+        ASSERT_TRUE(vp);
+        ASSERT_EQ(vp->thawAllLayersInViewport(), Kdad::eOk);
+        EXPECT_FALSE(vp->isLayerFrozenInViewport(id(kLayer1)));
+    }
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer1), Handles{});
+    KdDbDatabase re(false);
+    reload(re);
+    EXPECT_EQ(frozenHandles(re, kVpLayer1), Handles{});
+    EXPECT_EQ(frozenHandles(re, kVpLayer2), Handles{kLayer2});
+}
+
+TEST_F(ViewportTest, FreezeRefusesWhatIsNotALayer) {
+    std::string before;
+    ASSERT_EQ(m_db.writeDxf(before), Kdad::eOk);
+    // A valid layer before the bad id must not be half-added.
+    EXPECT_EQ(freeze(kVpLayer1, {id(kLayer2), m_db.continuousLinetype()}), Kdad::eInvalidInput);
+    EXPECT_EQ(freeze(kVpLayer1, {id(kLayer3), id(kVpLayer2)}), Kdad::eInvalidInput);
+    EXPECT_EQ(freeze(kVpLayer1, {KdDbObjectId::kNull}), Kdad::eInvalidInput);
+
+    // A layer of another drawing is not a layer of this one.
+    KdDbDatabase other(false);
+    std::string err;
+    ASSERT_EQ(other.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
+    EXPECT_EQ(freeze(kVpLayer1, {other.objectIdOf(kLayer3)}), Kdad::eInvalidInput);
+
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer1), Handles{kLayer1});
+    std::string after;
+    ASSERT_EQ(m_db.writeDxf(after), Kdad::eOk);
+    EXPECT_TRUE(after == before) << "a refused freeze changed the drawing";
+}
+
+TEST_F(ViewportTest, FirstFrozenLayersGoBeforeTheStatusFlags) {
+    ASSERT_EQ(freeze(kVpPlain, {id(kLayer2), id(kLayer1)}), Kdad::eOk);
+    KdDbDatabase re(false);
+    reload(re);
+    EXPECT_EQ(frozenHandles(re, kVpPlain), (Handles{kLayer2, kLayer1}));
+
+    KdDbObjectPointer<KdDbViewport> vp(re.objectIdOf(kVpPlain), KdDb::kForRead);
+    ASSERT_TRUE(vp);
+    auto [begin, end] = vp->subclassRange("AcDbViewport");
+    std::vector<int> codes;
+    for (int i = begin; i < end; ++i)
+        codes.push_back(vp->tags()[static_cast<size_t>(i)].code);
+    auto at = [&codes](int code) {
+        auto it = std::find(codes.begin(), codes.end(), code);
+        return it == codes.end() ? -1 : static_cast<int>(it - codes.begin());
+    };
+    const int first331 = at(331), flags = at(90);
+    ASSERT_GE(first331, 0);
+    ASSERT_GE(flags, 0);
+    EXPECT_EQ(first331 + 2, flags) << "the two 331 tags should sit right before group 90";
+    EXPECT_EQ(codes[static_cast<size_t>(first331 + 1)], 331);
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), 331), 2);
+}
+
+TEST_F(ViewportTest, AbortUndoesFreezeAndThaw) {
+    KdDbTransactionManager& tm = *m_db.transactionManager();
+    ASSERT_NE(tm.startTransaction(), nullptr);
+    ASSERT_EQ(freeze(kVpPlain, {id(kLayer3)}), Kdad::eOk);
+    ASSERT_EQ(freeze(kVpLayer1, {id(kLayer2)}), Kdad::eOk);
+    ASSERT_EQ(thaw(kVpLayer2, {id(kLayer2)}), Kdad::eOk);
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer2), Handles{});
+    ASSERT_EQ(tm.abortTransaction(), Kdad::eOk);
+
+    EXPECT_EQ(frozenHandles(m_db, kVpPlain), Handles{});
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer1), Handles{kLayer1});
+    EXPECT_EQ(frozenHandles(m_db, kVpLayer2), Handles{kLayer2});
+    KdDbObjectPointer<KdDbViewport> vp(id(kVpLayer1), KdDb::kForRead);
+    ASSERT_TRUE(vp);
+    EXPECT_FALSE(vp->isLayerFrozenInViewport(id(kLayer2)));
+}
+
+TEST_F(ViewportTest, LayerOverridesPerViewport) {
+    const KdDbObjectId dashed = addLinetype(L"TV_DASHED");
+    ASSERT_FALSE(dashed.isNull());
+    KdCmColor red, blue;
+    ASSERT_EQ(red.setRGB(200, 10, 20), Kdad::eOk);
+    ASSERT_EQ(blue.setColorIndex(5), Kdad::eOk);
+    KdCmColor baseColor;
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(id(kLayer1), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        baseColor = layer->color();
+        EXPECT_FALSE(layer->hasOverrides(id(kVpLayer1)));
+        ASSERT_EQ(layer->setColor(red, id(kVpLayer1)), Kdad::eOk);
+        ASSERT_EQ(layer->setLineWeight(KdDb::kLnWt050, id(kVpLayer1)), Kdad::eOk);
+        ASSERT_EQ(layer->setLinetypeObjectId(dashed, id(kVpLayer1)), Kdad::eOk);
+        ASSERT_EQ(layer->setColor(blue, id(kVpLayer2)), Kdad::eOk);
+        // The same override set twice stays one override with the last value.
+        ASSERT_EQ(layer->setLineWeight(KdDb::kLnWt030, id(kVpLayer2)), Kdad::eOk);
+        ASSERT_EQ(layer->setLineWeight(KdDb::kLnWt211, id(kVpLayer2)), Kdad::eOk);
+    }
+
+    auto check = [&](KdDbDatabase& db, bool vp1Overrides) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(db.objectIdOf(kLayer1), KdDb::kForRead);
+        ASSERT_TRUE(layer);
+        const KdDbObjectId vp1 = db.objectIdOf(kVpLayer1), vp2 = db.objectIdOf(kVpLayer2);
+        const KdDbObjectId plain = db.objectIdOf(kVpPlain);
+        bool ovr = false;
+        EXPECT_EQ(layer->color(), baseColor) << "the layer's own colour changed";
+        EXPECT_EQ(layer->lineWeight(), KdDb::kLnWtByLwDefault);
+        EXPECT_EQ(layer->linetypeObjectId(), db.continuousLinetype());
+
+        EXPECT_EQ(layer->color(vp1, ovr), vp1Overrides ? red : baseColor);
+        EXPECT_EQ(ovr, vp1Overrides);
+        EXPECT_EQ(layer->lineWeight(vp1, ovr),
+                  vp1Overrides ? KdDb::kLnWt050 : KdDb::kLnWtByLwDefault);
+        EXPECT_EQ(ovr, vp1Overrides);
+        const KdDbObjectId lt = layer->linetypeObjectId(vp1, ovr);
+        EXPECT_EQ(ovr, vp1Overrides);
+        EXPECT_EQ(lt.handle().value(),
+                  vp1Overrides ? dashed.handle().value() : db.continuousLinetype().handle().value());
+        EXPECT_EQ(layer->hasOverrides(vp1), vp1Overrides);
+
+        EXPECT_EQ(layer->color(vp2, ovr), blue);
+        EXPECT_TRUE(ovr);
+        EXPECT_EQ(layer->lineWeight(vp2, ovr), KdDb::kLnWt211);
+        EXPECT_TRUE(ovr);
+        EXPECT_EQ(layer->linetypeObjectId(vp2, ovr), db.continuousLinetype());
+        EXPECT_FALSE(ovr);
+        EXPECT_TRUE(layer->hasOverrides(vp2));
+
+        EXPECT_EQ(layer->color(plain, ovr), baseColor);
+        EXPECT_FALSE(ovr);
+        EXPECT_FALSE(layer->hasOverrides(plain));
+
+        // Other layers know nothing of them.
+        KdDbObjectPointer<KdDbLayerTableRecord> other(db.objectIdOf(kLayer2), KdDb::kForRead);
+        ASSERT_TRUE(other);
+        EXPECT_FALSE(other->hasOverrides(vp1));
+        EXPECT_FALSE(other->hasOverrides(vp2));
+    };
+    check(m_db, true);
+    {
+        KdDbDatabase re(false);
+        reload(re);
+        check(re, true);
+    }
+
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(id(kLayer1), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        ASSERT_EQ(layer->removeViewportOverrides(id(kVpLayer1)), Kdad::eOk);
+    }
+    check(m_db, false);
+    KdDbDatabase re(false);
+    reload(re);
+    check(re, false);
+}
+
+TEST_F(ViewportTest, OverrideRecordsAreReadableByEzdxf) {
+    if (std::system("/usr/bin/python3 -c 'import ezdxf' >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "python3 with ezdxf is not available";
+    KdCmColor green;
+    ASSERT_EQ(green.setColorIndex(3), Kdad::eOk);
+    {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(id(kLayer3), KdDb::kForWrite);
+        ASSERT_TRUE(layer);
+        ASSERT_EQ(layer->setColor(green, id(kVpLayer2)), Kdad::eOk);
+        ASSERT_EQ(layer->setLineWeight(KdDb::kLnWt100, id(kVpLayer2)), Kdad::eOk);
+    }
+    const auto dir = std::filesystem::temp_directory_path() /
+                     ("tv_vp_ovr_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+                      "_" + std::to_string(reinterpret_cast<uintptr_t>(this)));
+    std::filesystem::create_directories(dir);
+    const std::string dxf = (dir / "ovr.dxf").string();
+    const std::string script = (dir / "check.py").string();
+    std::string err;
+    ASSERT_EQ(m_db.saveAs(dxf.c_str(), &err), Kdad::eOk) << err;
+    {
+        std::ofstream py(script);
+        py << "import sys, ezdxf\n"
+              "doc = ezdxf.readfile(sys.argv[1])\n"
+              "layer = doc.layers.get('Layer3')\n"
+              "xd = layer.get_extension_dict()\n"
+              "keys = set(xd.keys())\n"
+              "for k in ('ADSK_XREC_LAYER_COLOR_OVR', 'ADSK_XREC_LAYER_LINEWT_OVR'):\n"
+              "    if k not in keys:\n"
+              "        sys.exit('missing ' + k + ' in ' + repr(sorted(keys)))\n"
+              "tags = [(t.code, t.value) for t in xd['ADSK_XREC_LAYER_COLOR_OVR'].tags]\n"
+              "if not any(c == 335 and str(v).upper() == 'BB' for c, v in tags):\n"
+              "    sys.exit('no pointer to viewport BB: ' + repr(tags))\n";
+    }
+    const std::string cmd =
+        "/usr/bin/python3 '" + script + "' '" + dxf + "' > '" + (dir / "out.txt").string() + "' 2>&1";
+    const int rc = std::system(cmd.c_str());
+    std::ifstream out(dir / "out.txt");
+    std::string msg((std::istreambuf_iterator<char>(out)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(rc, 0) << msg;
+    std::filesystem::remove_all(dir);
+}
+
+} // namespace
