@@ -264,9 +264,7 @@ bool KdDbDictionary::isTreatElementsAsHard() const {
 }
 
 Kdad::ErrorStatus KdDbDictionary::setTreatElementsAsHard(bool hard) {
-    if (!isWriteEnabled() && !isNewObject() && !database()->undoJournal().isRecording()) {
-        // The Host sets this on dictionaries it creates itself; others need a write open.
-    }
+    // The Host sets this on dictionaries it creates itself, without an open.
     static constexpr int kOrder[] = {280, 281};
     recordChange();
     setField(kMarker, kOrder, 280, hard ? "1" : "0");

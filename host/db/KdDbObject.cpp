@@ -106,20 +106,28 @@ Kdad::ErrorStatus KdDbObject::erase(bool erasing) {
 
 // -- Tags --
 
+KdDbObject::OwnedTags& KdDbObject::own() const {
+    if (!m_own)
+        m_own = std::make_unique<OwnedTags>();
+    return *m_own;
+}
+
 std::vector<KdDbTag>& KdDbObject::mutableTags() {
-    if (!m_ownsTags) {
-        m_ownTags.assign(m_tagBegin, m_tagBegin + m_tagCount);
-        m_ownsTags = true;
+    OwnedTags& o = own();
+    if (!o.active) {
+        o.tags.assign(m_tagBegin, m_tagBegin + m_tagCount);
+        o.active = true;
         m_tagBegin = nullptr;
         m_tagCount = 0;
     }
     m_modified = true;
-    return m_ownTags;
+    return o.tags;
 }
 
 void KdDbObject::setTags(std::vector<KdDbTag> tags) {
-    m_ownTags = std::move(tags);
-    m_ownsTags = true;
+    OwnedTags& o = own();
+    o.tags = std::move(tags);
+    o.active = true;
     m_modified = true;
 }
 
@@ -141,9 +149,7 @@ KdDbTag KdDbObject::makeTag(int code, std::string_view raw) const {
     if (database()) {
         stored = database()->storeString(raw);
     } else {
-        if (!m_localStrings)
-            m_localStrings = std::make_unique<std::deque<std::string>>();
-        stored = m_localStrings->emplace_back(raw);
+        stored = own().strings.emplace_back(raw);
     }
     t.data = stored.data();
     t.size = static_cast<uint32_t>(stored.size());
@@ -478,8 +484,9 @@ std::unique_ptr<KdDbObjectState> KdDbObject::saveState() const {
 }
 
 void KdDbObject::restoreState(const KdDbObjectState& state) {
-    m_ownTags = state.tags;
-    m_ownsTags = true;
+    OwnedTags& o = own();
+    o.tags = state.tags;
+    o.active = true;
     m_erased = state.erased;
     m_modified = state.modified;
 }

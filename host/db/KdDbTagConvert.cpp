@@ -12,7 +12,7 @@ namespace tvdb {
 int pointYCode(int code) {
     if ((code >= 10 && code <= 18) || code == 210 || (code >= 110 && code <= 112) ||
         (code >= 1010 && code <= 1013))
-        return code + (code >= 1000 ? 10 : 10);
+        return code + 10;
     return 0;
 }
 

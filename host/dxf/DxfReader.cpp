@@ -18,10 +18,6 @@ namespace tvdxf {
 
 namespace {
 
-const char* kVersions[][2] = {{"AC1009", "R12"},   {"AC1012", "R13"},   {"AC1014", "R14"},
-                              {"AC1015", "R2000"}, {"AC1018", "R2004"}, {"AC1021", "R2007"},
-                              {"AC1024", "R2010"}, {"AC1027", "R2013"}, {"AC1032", "R2018"}};
-
 class Reader {
 public:
     Reader(KdDbDatabaseImpl& impl) : m_impl(impl), m_tags(impl.fileTags) {}
@@ -479,7 +475,6 @@ KdDb::DwgVersion versionOfAcadVer(std::string_view v) {
     for (auto& [name, ver] : kMap)
         if (name == v)
             return ver;
-    (void)kVersions;
     return KdDb::kDHL_Unknown;
 }
 
@@ -536,6 +531,12 @@ bool readDocument(KdDbDatabaseImpl& impl, std::string& error, long long& errorLi
     }
     impl.codec = std::make_unique<DxfCodec>("ANSI_1252");
     impl.version = KdDb::kDHL_1009;
+    // One object a record: sizing the handle map once saves its rehashing on large drawings.
+    size_t records = 0;
+    for (const KdDbTag& t : impl.fileTags)
+        records += t.code == 0 ? 1 : 0;
+    impl.byHandle.reserve(records + 64);
+    impl.objects.reserve(records + 64);
     Reader reader(impl);
     return reader.run(error, errorLine);
 }

@@ -331,8 +331,11 @@ private:
 
     void writeTableRecord(const std::string& table, const std::string& owner, const Record& r) {
         int handleCode = r.type == "DIMSTYLE" ? 105 : 5;
+        std::string handle = handleOf(r.tags, handleCode);
+        if (table == "LAYER")
+            m_layerHandles[upper(trimmed(valueOf(r.tags, 2)))] = handle;
         tag(0, r.type);
-        tag(handleCode, handleOf(r.tags, handleCode));
+        tag(handleCode, handle);
         tag(330, owner);
         tag(100, "AcDbSymbolTableRecord");
         tag(100, recordMarker(table));
@@ -441,7 +444,6 @@ private:
         tag(0, "SECTION");
         tag(2, "ENTITIES");
         // Entities of paper space (67 = 1) belong to the paper-space block record.
-        std::vector<Record> paper, model;
         writeEntityList(m_entities, 0, m_entities.size(), std::string());
         tag(0, "ENDSEC");
     }
@@ -490,7 +492,44 @@ private:
             if (t.code != 5 && !isCommonCode(t.code))
                 rest.push_back(t);
         writeTypeData(r.type, rest);
-        writeXdata(r, r.tags.subspan(xdata));
+        if (r.type == "VIEWPORT")
+            writeFrozenLayers(r.tags.subspan(xdata));
+        for (const KdDbTag& t : r.tags.subspan(xdata))
+            tag(t.code, t.value());
+    }
+
+    // An R12 viewport names its frozen layers (1003) in the second "{" group of its "ACAD"
+    // extended data; R2000 readers look for the layers' handles in group 331.
+    void writeFrozenLayers(Tags xdata) {
+        bool acad = false;
+        int depth = 0, groups = 0;
+        for (const KdDbTag& t : xdata) {
+            if (t.code == 1001) {
+                acad = trimmed(t.value()) == "ACAD";
+                continue;
+            }
+            if (!acad || t.code != 1002) {
+                if (acad && t.code == 1003 && depth == 2 && groups == 2) {
+                    auto it = m_layerHandles.find(upper(trimmed(t.value())));
+                    if (it != m_layerHandles.end())
+                        tag(331, it->second);
+                }
+                continue;
+            }
+            if (trimmed(t.value()) == "{") {
+                ++depth;
+                ++groups;
+            } else {
+                --depth;
+            }
+        }
+    }
+
+    static std::string upper(std::string_view v) {
+        std::string u(v);
+        for (char& c : u)
+            c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+        return u;
     }
 
     void writeGroup(std::string_view marker, std::vector<KdDbTag>& rest,
@@ -582,14 +621,6 @@ private:
             }
         }
         writeAll({}, rest); // a type without a known subclass keeps its groups as they are
-    }
-
-    // Extended data is kept; the frozen layers of an R12 viewport (names in its "ACAD" data)
-    // become the viewport's 331 handles, which R2000 readers look for.
-    void writeXdata(const Record& r, Tags xdata) {
-        for (const KdDbTag& t : xdata)
-            tag(t.code, t.value());
-        (void)r;
     }
 
     void writeObjects() {
@@ -714,6 +745,7 @@ private:
     std::vector<Record> m_tables, m_blocks, m_entities;
     std::vector<std::pair<std::string, std::vector<KdDbTag>>> m_rawSections;
     std::vector<Block> m_blockList;
+    std::map<std::string, std::string> m_layerHandles; // upper-cased name -> handle
     std::string m_btrTable, m_modelRecord, m_paperRecord, m_modelLayout, m_paperLayout;
 };
 

@@ -72,8 +72,8 @@ public:
 
     /// All tags of the object after its "0 TYPE" tag, extended data included.
     std::span<const KdDbTag> tags() const {
-        return m_ownsTags ? std::span<const KdDbTag>(m_ownTags)
-                          : std::span<const KdDbTag>(m_tagBegin, m_tagCount);
+        return m_own && m_own->active ? std::span<const KdDbTag>(m_own->tags)
+                                      : std::span<const KdDbTag>(m_tagBegin, m_tagCount);
     }
     /// Replaces all tags (the database's string store must own the values).
     void setTags(std::vector<KdDbTag> tags);
@@ -144,22 +144,29 @@ private:
     const KdDbTag* m_tagBegin = nullptr;
     uint32_t m_tagCount = 0;
     uint32_t m_journalEpoch = 0;
-    std::vector<KdDbTag> m_ownTags;
-    /// Tag values of an object built before it joined a database.
-    mutable std::unique_ptr<std::deque<std::string>> m_localStrings;
+    /// Tags of an object changed since it was read (or built here), and the values of an
+    /// object built before it joined a database; most objects of a drawing never need it.
+    struct OwnedTags {
+        std::vector<KdDbTag> tags;
+        std::deque<std::string> strings;
+        bool active = false;
+    };
+    OwnedTags& own() const;
+    mutable std::unique_ptr<OwnedTags> m_own;
     uint16_t m_openReaders = 0;
     bool m_openWrite = false;
     bool m_erased = false;
     bool m_modified = false;
-    bool m_ownsTags = false;
 
 public:
     /// Points the object at tags it does not own (the reader's tag array); used by the reader.
     void setBorrowedTags(const KdDbTag* begin, uint32_t count) {
         m_tagBegin = begin;
         m_tagCount = count;
-        m_ownsTags = false;
-        m_ownTags.clear();
+        if (m_own) {
+            m_own->active = false;
+            m_own->tags.clear();
+        }
     }
     void setTypeName(std::string_view type) { m_type = type; }
 };
