@@ -38,14 +38,22 @@ bool load(KdDbDatabase& db, const char* path) {
 
 const char* versionName(KdDb::DwgVersion v) {
     switch (v) {
-    case KdDb::kDHL_1009: return "R12 (AC1009)";
-    case KdDb::kDHL_1015: return "R2000 (AC1015)";
-    case KdDb::kDHL_1018: return "R2004 (AC1018)";
-    case KdDb::kDHL_1021: return "R2007 (AC1021)";
-    case KdDb::kDHL_1024: return "R2010 (AC1024)";
-    case KdDb::kDHL_1027: return "R2013 (AC1027)";
-    case KdDb::kDHL_1032: return "R2018 (AC1032)";
-    default: return "unknown";
+    case KdDb::kDHL_1009:
+        return "R12 (AC1009)";
+    case KdDb::kDHL_1015:
+        return "R2000 (AC1015)";
+    case KdDb::kDHL_1018:
+        return "R2004 (AC1018)";
+    case KdDb::kDHL_1021:
+        return "R2007 (AC1021)";
+    case KdDb::kDHL_1024:
+        return "R2010 (AC1024)";
+    case KdDb::kDHL_1027:
+        return "R2013 (AC1027)";
+    case KdDb::kDHL_1032:
+        return "R2018 (AC1032)";
+    default:
+        return "unknown";
     }
 }
 
@@ -118,8 +126,8 @@ int layers(const char* path) {
     table->generateUsageData();
     KdDbObjectId current = db.clayer();
     std::printf("%-32s %-3s %-3s %-3s %-3s %-3s %-5s %-18s %-16s %-6s %-12s %-5s %s\n", "name",
-                "on", "frz", "lck", "plt", "vpf", "used", "color", "linetype", "lwt",
-                "plotstyle", "transp", "description");
+                "on", "frz", "lck", "plt", "vpf", "used", "color", "linetype", "lwt", "plotstyle",
+                "transp", "description");
     auto it = table->iterator();
     for (; !it->done(); it->step()) {
         KdDbObjectPointer<KdDbLayerTableRecord> layer(it->getRecordId(), KdDb::kForRead);

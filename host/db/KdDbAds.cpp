@@ -62,10 +62,10 @@ struct TableKind {
 };
 
 constexpr TableKind kTables[] = {
-    {"LAYER", "AcDbLayerTableRecord"},       {"LTYPE", "AcDbLinetypeTableRecord"},
-    {"APPID", "AcDbRegAppTableRecord"},      {"STYLE", "AcDbTextStyleTableRecord"},
-    {"VIEW", "AcDbViewTableRecord"},         {"UCS", "AcDbUCSTableRecord"},
-    {"VPORT", "AcDbViewportTableRecord"},    {"DIMSTYLE", "AcDbDimStyleTableRecord"},
+    {"LAYER", "AcDbLayerTableRecord"},        {"LTYPE", "AcDbLinetypeTableRecord"},
+    {"APPID", "AcDbRegAppTableRecord"},       {"STYLE", "AcDbTextStyleTableRecord"},
+    {"VIEW", "AcDbViewTableRecord"},          {"UCS", "AcDbUCSTableRecord"},
+    {"VPORT", "AcDbViewportTableRecord"},     {"DIMSTYLE", "AcDbDimStyleTableRecord"},
     {"BLOCK_RECORD", "AcDbBlockTableRecord"},
 };
 
@@ -474,7 +474,9 @@ KdDbDictionary* dictionaryOfName(const kd_name dict) {
 
 // -- Current drawing and names --
 
-KdDbDatabase* kddbCurDwg() { return s_curDwg; }
+KdDbDatabase* kddbCurDwg() {
+    return s_curDwg;
+}
 
 void kddbSetCurDwg(KdDbDatabase* db) {
     s_curDwg = db;
@@ -562,8 +564,7 @@ int kddbEntMod(const resbuf* list) {
         }
         if (code == 5 || code == 105) {
             uint64_t h = 0;
-            if (!rb->resval.rstring ||
-                !tvdxf::parseHandle(tvToUtf8(rb->resval.rstring), h) ||
+            if (!rb->resval.rstring || !tvdxf::parseHandle(tvToUtf8(rb->resval.rstring), h) ||
                 h != target->getDbHandle().value())
                 return RTERROR;
             continue;
@@ -597,8 +598,7 @@ int kddbEntMod(const resbuf* list) {
             const TagUnit& unit = units[static_cast<size_t>(found)];
             const size_t dims = unit.end - unit.begin;
             size_t at = 0;
-            KdResbufPtr old(
-                tvdb::tagToResbuf(db, mainTags.subspan(unit.begin, dims), at));
+            KdResbufPtr old(tvdb::tagToResbuf(db, mainTags.subspan(unit.begin, dims), at));
             if (kdutValueKind(code) == KdRbValueKind::kPoint && dims < newTags.size())
                 newTags.resize(dims); // keep the object's 2D points 2D
             const int compared = static_cast<int>(std::min<size_t>(dims, 3));
@@ -691,8 +691,8 @@ int kddbEntMakeX(const resbuf* list, kd_name result) {
         return RTERROR;
     KdDbObjectId id;
     const TableKind* kind = tableKindOf(type);
-    int rc = kind ? makeRecord(db, *kind, list->rbnext, id)
-                  : makeObject(db, type, list->rbnext, id);
+    int rc =
+        kind ? makeRecord(db, *kind, list->rbnext, id) : makeObject(db, type, list->rbnext, id);
     if (rc == RTNORM)
         setName(result, id);
     return rc;
@@ -701,8 +701,8 @@ int kddbEntMakeX(const resbuf* list, kd_name result) {
 int kddbEntDel(const kd_name name) {
     KdDbObject* target = objectOfName(name);
     if (!target || dynamic_cast<KdDbSymbolTableRecord*>(target) ||
-        dynamic_cast<KdDbSymbolTable*>(target) ||
-        dynamic_cast<KdDbBlockBegin*>(target) || dynamic_cast<KdDbBlockEnd*>(target) ||
+        dynamic_cast<KdDbSymbolTable*>(target) || dynamic_cast<KdDbBlockBegin*>(target) ||
+        dynamic_cast<KdDbBlockEnd*>(target) ||
         target->objectId() == target->database()->namedObjectsDictionaryId())
         return RTERROR;
     KdDbObjectPointer<KdDbObject> obj(target->objectId(), KdDb::kForWrite, true);

@@ -38,7 +38,9 @@ Kdad::ErrorStatus KdDbBlockTableRecord::setLayoutId(KdDbObjectId layoutId) {
     return Kdad::eOk;
 }
 
-bool KdDbBlockTableRecord::isLayout() const { return !getLayoutId().isNull(); }
+bool KdDbBlockTableRecord::isLayout() const {
+    return !getLayoutId().isNull();
+}
 
 bool KdDbBlockTableRecord::isAnonymous() const {
     return !cachedName().empty() && cachedName().front() == L'*';
@@ -77,7 +79,8 @@ Kdad::ErrorStatus KdDbBlockTableRecord::appendKdDbEntity(KdDbObjectId& id, KdDbE
     std::vector<KdDbTag> tags;
     auto add = [&](int code, std::string_view v) {
         std::string_view s = db->storeString(v);
-        tags.push_back(KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)});
+        tags.push_back(
+            KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)});
     };
     add(5, "0");
     add(330, getDbHandle().ascii());
@@ -108,8 +111,8 @@ Kdad::ErrorStatus KdDbBlockTableRecord::appendKdDbEntity(KdDbObjectId& id, KdDbE
         // A layer named in the entity's own tags: bound so that it follows a rename.
         std::wstring name = db->decode(tvdxf::trimmed(entity->tagValue(8)));
         KdDbObjectId tableId = db->layerTableId();
-        auto* table = dynamic_cast<KdDbSymbolTable*>(tableId.stub() ? tableId.stub()->object
-                                                                    : nullptr);
+        auto* table =
+            dynamic_cast<KdDbSymbolTable*>(tableId.stub() ? tableId.stub()->object : nullptr);
         KdDbObjectId layerId;
         if (table && table->getAt(name.c_str(), layerId) == Kdad::eOk)
             entity->bindLayer(layerId.stub());

@@ -74,7 +74,9 @@ int KdDbDatabaseImpl::headerIndex(std::string_view name) const {
 
 namespace {
 
-KdDbObject* objectOf(KdDbObjectId id) { return id.stub() ? id.stub()->object : nullptr; }
+KdDbObject* objectOf(KdDbObjectId id) {
+    return id.stub() ? id.stub()->object : nullptr;
+}
 
 } // namespace
 
@@ -125,7 +127,8 @@ void KdDbDatabaseImpl::bindWellKnown() {
     int idx = headerIndex("$CLAYER");
     if (idx >= 0 && static_cast<size_t>(idx) + 1 < header.size()) {
         if (auto* lt = dynamic_cast<KdDbSymbolTable*>(objectOf(layerTable))) {
-            std::wstring name = codec->decode(tvdxf::trimmed(header[static_cast<size_t>(idx) + 1].value()));
+            std::wstring name =
+                codec->decode(tvdxf::trimmed(header[static_cast<size_t>(idx) + 1].value()));
             KdDbObjectId id;
             if (lt->getAt(name.c_str(), id) == Kdad::eOk)
                 clayer = id;
@@ -282,15 +285,21 @@ Kdad::ErrorStatus KdDbDatabase::readDwgFile(const wchar_t* path, std::string* er
     return readDxfFile(tvToUtf8(path).c_str(), error);
 }
 
-KdDb::DwgVersion KdDbDatabase::originalFileVersion() const { return m_impl->version; }
+KdDb::DwgVersion KdDbDatabase::originalFileVersion() const {
+    return m_impl->version;
+}
 
 KdDb::DwgVersion KdDbDatabase::version() const {
     return m_impl->version == KdDb::kDHL_1009 ? KdDb::kDHL_1009 : m_impl->version;
 }
 
-const std::vector<std::string>& KdDbDatabase::readWarnings() const { return m_impl->warnings; }
+const std::vector<std::string>& KdDbDatabase::readWarnings() const {
+    return m_impl->warnings;
+}
 
-const std::string& KdDbDatabase::fileName() const { return m_impl->fileName; }
+const std::string& KdDbDatabase::fileName() const {
+    return m_impl->fileName;
+}
 
 Kdad::ErrorStatus KdDbDatabase::writeDxf(std::string& out, KdDb::DwgVersion ver,
                                          std::string* error) {
@@ -333,8 +342,7 @@ bool writeAll(int fd, std::string_view data) {
 
 } // namespace
 
-Kdad::ErrorStatus KdDbDatabase::saveAs(const char* path, std::string* error,
-                                       KdDb::DwgVersion ver) {
+Kdad::ErrorStatus KdDbDatabase::saveAs(const char* path, std::string* error, KdDb::DwgVersion ver) {
     if (ver == KdDb::kDHL_Unknown)
         ver = version();
     std::string target(path);
@@ -372,7 +380,8 @@ Kdad::ErrorStatus KdDbDatabase::saveAs(const char* path, std::string* error,
         // rename replaces it, so the drawing is never missing.
         std::string bak = backupNameOf(target);
         ::unlink(bak.c_str());
-        if (::link(target.c_str(), bak.c_str()) != 0 && ::rename(target.c_str(), bak.c_str()) != 0) {
+        if (::link(target.c_str(), bak.c_str()) != 0 &&
+            ::rename(target.c_str(), bak.c_str()) != 0) {
             int saved = errno;
             ::unlink(tmp.c_str());
             errno = saved;
@@ -408,12 +417,24 @@ Kdad::ErrorStatus KdDbDatabase::getSymbolTable(KdDbBlockTable*& table, KdDb::Ope
     return openAs(m_impl->blockTable, table, mode);
 }
 
-KdDbObjectId KdDbDatabase::layerTableId() const { return m_impl->layerTable; }
-KdDbObjectId KdDbDatabase::linetypeTableId() const { return m_impl->linetypeTable; }
-KdDbObjectId KdDbDatabase::blockTableId() const { return m_impl->blockTable; }
-KdDbObjectId KdDbDatabase::regAppTableId() const { return m_impl->appIdTable; }
-KdDbObjectId KdDbDatabase::modelSpaceId() const { return m_impl->modelSpace; }
-KdDbObjectId KdDbDatabase::paperSpaceId() const { return m_impl->paperSpace; }
+KdDbObjectId KdDbDatabase::layerTableId() const {
+    return m_impl->layerTable;
+}
+KdDbObjectId KdDbDatabase::linetypeTableId() const {
+    return m_impl->linetypeTable;
+}
+KdDbObjectId KdDbDatabase::blockTableId() const {
+    return m_impl->blockTable;
+}
+KdDbObjectId KdDbDatabase::regAppTableId() const {
+    return m_impl->appIdTable;
+}
+KdDbObjectId KdDbDatabase::modelSpaceId() const {
+    return m_impl->modelSpace;
+}
+KdDbObjectId KdDbDatabase::paperSpaceId() const {
+    return m_impl->paperSpace;
+}
 
 KdDbObjectId KdDbDatabase::tableId(std::string_view name) const {
     for (const KdDbObjectId& id : m_impl->tables) {
@@ -432,7 +453,9 @@ static KdDbObjectId recordOf(KdDbObjectId tableId, const wchar_t* name) {
     return KdDbObjectId::kNull;
 }
 
-KdDbObjectId KdDbDatabase::layerZero() const { return recordOf(m_impl->layerTable, L"0"); }
+KdDbObjectId KdDbDatabase::layerZero() const {
+    return recordOf(m_impl->layerTable, L"0");
+}
 KdDbObjectId KdDbDatabase::byLayerLinetype() const {
     return recordOf(m_impl->linetypeTable, L"ByLayer");
 }
@@ -505,7 +528,9 @@ Kdad::ErrorStatus KdDbDatabase::setHeaderVar(const char* name, int code, const w
     return Kdad::eOk;
 }
 
-KdDbObjectId KdDbDatabase::namedObjectsDictionaryId() const { return m_impl->namedObjects; }
+KdDbObjectId KdDbDatabase::namedObjectsDictionaryId() const {
+    return m_impl->namedObjects;
+}
 
 static KdDbObjectId namedEntry(KdDbObjectId dictId, const wchar_t* key) {
     auto* dict = dynamic_cast<KdDbDictionary*>(objectOf(dictId));
@@ -528,7 +553,9 @@ Kdad::ErrorStatus KdDbDatabase::getPlotStyleNameDictionary(KdDbDictionary*& dict
     return openAs(plotStyleNameDictionaryId(), dict, mode);
 }
 
-KdDbLayerStateManager* KdDbDatabase::getLayerStateManager() const { return nullptr; }
+KdDbLayerStateManager* KdDbDatabase::getLayerStateManager() const {
+    return nullptr;
+}
 
 Kdad::ErrorStatus KdDbDatabase::getKdDbObjectId(KdDbObjectId& id, bool createIfNotFound,
                                                 const KdDbHandle& handle) {
@@ -584,7 +611,8 @@ KdDbObjectId KdDbDatabase::adopt(KdDbObject* obj) {
     int code = obj->dxfName() == "DIMSTYLE" ? 105 : 5;
     std::string_view h = storeString(tvdb::formatHandle(stub->handle));
     KdDbTag tag{h.data(), static_cast<uint32_t>(h.size()), static_cast<int16_t>(code)};
-    auto it = std::find_if(tags.begin(), tags.end(), [code](const KdDbTag& x) { return x.code == code; });
+    auto it =
+        std::find_if(tags.begin(), tags.end(), [code](const KdDbTag& x) { return x.code == code; });
     if (it != tags.end())
         *it = tag;
     else
@@ -611,7 +639,9 @@ KdDbTransactionManager* KdDbDatabase::transactionManager() const {
     return m_impl->transactions.get();
 }
 
-KdDbUndoJournal& KdDbDatabase::undoJournal() const { return *m_impl->journal; }
+KdDbUndoJournal& KdDbDatabase::undoJournal() const {
+    return *m_impl->journal;
+}
 
 bool KdDbDatabase::isAppRegistered(const wchar_t* appName) const {
     return !recordOf(m_impl->appIdTable, appName).isNull();
@@ -647,7 +677,9 @@ std::string KdDbDatabase::encode(const std::wstring& text) const {
     return m_impl->codec->encode(text);
 }
 
-std::wstring KdDbDatabase::decode(std::string_view raw) const { return m_impl->codec->decode(raw); }
+std::wstring KdDbDatabase::decode(std::string_view raw) const {
+    return m_impl->codec->decode(raw);
+}
 
 std::string_view KdDbDatabase::storeString(std::string_view raw) {
     return m_impl->strings.store(raw);
@@ -664,4 +696,6 @@ void KdDbDatabase::forEachObject(const std::function<void(KdDbObject*)>& fn) con
         fn(obj.get());
 }
 
-void kdad_free(void* p) { std::free(p); }
+void kdad_free(void* p) {
+    std::free(p);
+}

@@ -44,8 +44,8 @@ struct KdDbDatabaseImpl {
 
     KdDbDatabase* self;
     std::string fileName;
-    std::string fileText;           ///< the file the tags point into
-    std::vector<KdDbTag> fileTags;  ///< the reader's tags; objects borrow ranges of it
+    std::string fileText;          ///< the file the tags point into
+    std::vector<KdDbTag> fileTags; ///< the reader's tags; objects borrow ranges of it
     KdDbStringStore strings;
     std::unique_ptr<tvdxf::DxfCodec> codec;
 
@@ -59,7 +59,7 @@ struct KdDbDatabaseImpl {
 
     // Document order.
     std::vector<KdDbSectionRef> sections;
-    std::vector<KdDbTag> header;          ///< all header tags ("9 $NAME" and values)
+    std::vector<KdDbTag> header; ///< all header tags ("9 $NAME" and values)
     std::vector<KdDbRawSection> rawSections;
     std::vector<KdDbObjectId> tables;     ///< table heads in order
     std::vector<KdDbObjectId> blockOrder; ///< block records in the order of the BLOCKS section

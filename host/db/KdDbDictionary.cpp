@@ -11,7 +11,9 @@ namespace {
 
 constexpr std::string_view kMarker = "AcDbDictionary";
 
-bool sameKey(const std::wstring& a, const std::wstring& b) { return tvEqualsNoCase(a, b); }
+bool sameKey(const std::wstring& a, const std::wstring& b) {
+    return tvEqualsNoCase(a, b);
+}
 
 } // namespace
 
@@ -87,7 +89,8 @@ void KdDbDictionary::writeEntries() {
         }
     }
     std::vector<KdDbTag> kept(own.begin() + b, own.begin() + e);
-    std::erase_if(kept, [](const KdDbTag& t) { return t.code == 3 || t.code == 350 || t.code == 360; });
+    std::erase_if(kept,
+                  [](const KdDbTag& t) { return t.code == 3 || t.code == 350 || t.code == 360; });
     // Entries follow the header groups (280, 281) that precede them.
     int headerCount = 0;
     for (int i = b; i < first; ++i) {
@@ -271,7 +274,9 @@ Kdad::ErrorStatus KdDbDictionary::setTreatElementsAsHard(bool hard) {
     return Kdad::eOk;
 }
 
-std::unique_ptr<KdDbObjectState> KdDbDictionary::saveState() const { return KdDbObject::saveState(); }
+std::unique_ptr<KdDbObjectState> KdDbDictionary::saveState() const {
+    return KdDbObject::saveState();
+}
 
 void KdDbDictionary::restoreState(const KdDbObjectState& state) {
     KdDbObject::restoreState(state);

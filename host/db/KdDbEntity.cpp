@@ -32,8 +32,8 @@ KdString KdDbEntity::layer() const {
 }
 
 Kdad::ErrorStatus KdDbEntity::setLayer(KdDbObjectId layerId) {
-    auto* rec = dynamic_cast<KdDbLayerTableRecord*>(layerId.stub() ? layerId.stub()->object
-                                                                   : nullptr);
+    auto* rec =
+        dynamic_cast<KdDbLayerTableRecord*>(layerId.stub() ? layerId.stub()->object : nullptr);
     if (!rec || rec->isErased() || (database() && layerId.database() != database()))
         return Kdad::eKeyNotFound;
     Kdad::ErrorStatus es = assertWriteEnabled();
@@ -48,9 +48,8 @@ Kdad::ErrorStatus KdDbEntity::setLayer(const wchar_t* layerName) {
     if (!layerName || !database())
         return Kdad::eInvalidInput;
     KdDbObjectId id;
-    auto* table = dynamic_cast<KdDbSymbolTable*>(database()->layerTableId().stub()
-                                                     ? database()->layerTableId().stub()->object
-                                                     : nullptr);
+    auto* table = dynamic_cast<KdDbSymbolTable*>(
+        database()->layerTableId().stub() ? database()->layerTableId().stub()->object : nullptr);
     if (!table || table->getAt(layerName, id) != Kdad::eOk)
         return Kdad::eKeyNotFound;
     return setLayer(id);

@@ -27,7 +27,9 @@ constexpr const wchar_t* kLineweightOverride = L"ADSK_XREC_LAYER_LINEWT_OVR";
 constexpr const wchar_t* kPlotStyleOverride = L"ADSK_XREC_LAYER_PLOTSTYLE_OVR";
 constexpr const wchar_t* kAlphaOverride = L"ADSK_XREC_LAYER_ALPHA_OVR";
 
-KdDbObject* objectOf(KdDbObjectId id) { return id.stub() ? id.stub()->object : nullptr; }
+KdDbObject* objectOf(KdDbObjectId id) {
+    return id.stub() ? id.stub()->object : nullptr;
+}
 
 } // namespace
 
@@ -43,11 +45,21 @@ void KdDbLayerTableRecord::setRawColorIndex(int index) {
     setField(kMarker, kLayerOrder, 62, std::to_string(index));
 }
 
-bool KdDbLayerTableRecord::isOff() const { return rawColorIndex() < 0; }
-bool KdDbLayerTableRecord::isFrozen() const { return (flags() & 1) != 0; }
-bool KdDbLayerTableRecord::VPDFLT() const { return (flags() & 2) != 0; }
-bool KdDbLayerTableRecord::isLocked() const { return (flags() & 4) != 0; }
-bool KdDbLayerTableRecord::isHidden() const { return false; }
+bool KdDbLayerTableRecord::isOff() const {
+    return rawColorIndex() < 0;
+}
+bool KdDbLayerTableRecord::isFrozen() const {
+    return (flags() & 1) != 0;
+}
+bool KdDbLayerTableRecord::VPDFLT() const {
+    return (flags() & 2) != 0;
+}
+bool KdDbLayerTableRecord::isLocked() const {
+    return (flags() & 4) != 0;
+}
+bool KdDbLayerTableRecord::isHidden() const {
+    return false;
+}
 
 bool KdDbLayerTableRecord::isPlottable() const {
     auto [b, e] = subclassRange(kMarker);
@@ -129,9 +141,8 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setColor(const KdCmColor& color) {
     if (es != Kdad::eOk)
         return es;
     bool off = isOff();
-    int index = color.isByColor()
-                    ? kdcmNearestColorIndex(color.red(), color.green(), color.blue())
-                    : color.colorIndex();
+    int index = color.isByColor() ? kdcmNearestColorIndex(color.red(), color.green(), color.blue())
+                                  : color.colorIndex();
     if (index <= 0 || index > 255)
         index = 7;
     setRawColorIndex(off ? -index : index);
@@ -207,9 +218,10 @@ KdDbObjectId KdDbLayerTableRecord::plotStyleNameId() const {
 
 KdString KdDbLayerTableRecord::plotStyleName() const {
     KdDbObjectId id = plotStyleNameId();
-    auto* dict = database() ? dynamic_cast<KdDbDictionary*>(
-                                  objectOf(database()->plotStyleNameDictionaryId()))
-                            : nullptr;
+    auto* dict =
+        database()
+            ? dynamic_cast<KdDbDictionary*>(objectOf(database()->plotStyleNameDictionaryId()))
+            : nullptr;
     KdString name;
     if (dict && !id.isNull() && dict->nameAt(id, name) == Kdad::eOk)
         return name;
@@ -217,9 +229,10 @@ KdString KdDbLayerTableRecord::plotStyleName() const {
 }
 
 Kdad::ErrorStatus KdDbLayerTableRecord::setPlotStyleName(KdDbObjectId placeholderId) {
-    auto* dict = database() ? dynamic_cast<KdDbDictionary*>(
-                                  objectOf(database()->plotStyleNameDictionaryId()))
-                            : nullptr;
+    auto* dict =
+        database()
+            ? dynamic_cast<KdDbDictionary*>(objectOf(database()->plotStyleNameDictionaryId()))
+            : nullptr;
     if (!dict || !dict->has(placeholderId))
         return Kdad::eKeyNotFound;
     Kdad::ErrorStatus es = assertWriteEnabled();
@@ -270,8 +283,8 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setTransparency(const KdCmTransparency& 
     if (t.isByAlpha() && t.alpha() == 255)
         list = kdutBuildList(1001, kTransparencyApp, RTNONE); // opaque: no data
     else
-        list = kdutBuildList(1001, kTransparencyApp, 1071,
-                             static_cast<int32_t>(t.serializeOut()), RTNONE);
+        list = kdutBuildList(1001, kTransparencyApp, 1071, static_cast<int32_t>(t.serializeOut()),
+                             RTNONE);
     KdResbufPtr owner(list);
     return setXData(list);
 }
@@ -301,8 +314,8 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setDescription(const wchar_t* text) {
 
 // -- Viewport overrides --
 
-bool KdDbLayerTableRecord::overrideValue(const wchar_t* key, int valueCode,
-                                         KdDbObjectId viewportId, std::string& raw) const {
+bool KdDbLayerTableRecord::overrideValue(const wchar_t* key, int valueCode, KdDbObjectId viewportId,
+                                         std::string& raw) const {
     auto* xdict = dynamic_cast<KdDbDictionary*>(objectOf(extensionDictionary()));
     if (!xdict || viewportId.isNull())
         return false;
@@ -339,9 +352,8 @@ bool KdDbLayerTableRecord::overrideValue(const wchar_t* key, int valueCode,
     return false;
 }
 
-Kdad::ErrorStatus KdDbLayerTableRecord::setOverrideValue(const wchar_t* key,
-                                                         const char* blockName, int valueCode,
-                                                         KdDbObjectId viewportId,
+Kdad::ErrorStatus KdDbLayerTableRecord::setOverrideValue(const wchar_t* key, const char* blockName,
+                                                         int valueCode, KdDbObjectId viewportId,
                                                          const std::string& raw) {
     if (!database())
         return Kdad::eNotInDatabase;
@@ -450,12 +462,10 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setLinetypeObjectId(KdDbObjectId id,
                             id.handle().ascii());
 }
 
-KdDb::LineWeight KdDbLayerTableRecord::lineWeight(KdDbObjectId viewportId,
-                                                  bool& isOverride) const {
+KdDb::LineWeight KdDbLayerTableRecord::lineWeight(KdDbObjectId viewportId, bool& isOverride) const {
     std::string raw;
     long long v = 0;
-    isOverride = overrideValue(kLineweightOverride, 91, viewportId, raw) &&
-                 tvdxf::parseInt(raw, v);
+    isOverride = overrideValue(kLineweightOverride, 91, viewportId, raw) && tvdxf::parseInt(raw, v);
     return isOverride ? static_cast<KdDb::LineWeight>(v) : lineWeight();
 }
 

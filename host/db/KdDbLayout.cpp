@@ -24,8 +24,8 @@ Kdad::ErrorStatus KdDbPlotSettings::setCurrentStyleSheet(const wchar_t* styleShe
     Kdad::ErrorStatus es = assertWriteEnabled();
     if (es != Kdad::eOk)
         return es;
-    static constexpr int kOrder[] = {1, 2, 4, 6, 40, 41, 42, 43, 44, 45, 46, 47, 48, 49,
-                                     140, 141, 142, 143, 70, 72, 73, 74, 7};
+    static constexpr int kOrder[] = {1,  2,  4,   6,   40,  41,  42, 43, 44, 45, 46, 47,
+                                     48, 49, 140, 141, 142, 143, 70, 72, 73, 74, 7};
     setField(kPlotMarker, kOrder, 7, encode(styleSheet));
     return Kdad::eOk;
 }
@@ -60,6 +60,10 @@ KdDbObjectId KdDbLayout::getBlockTableRecordId() const {
     return handleAt(*this, 330, kLayoutMarker);
 }
 
-KdDbObjectId KdDbLayout::lastActiveViewportId() const { return handleAt(*this, 331, kLayoutMarker); }
+KdDbObjectId KdDbLayout::lastActiveViewportId() const {
+    return handleAt(*this, 331, kLayoutMarker);
+}
 
-bool KdDbLayout::modelType() const { return getTabOrder() == 0; }
+bool KdDbLayout::modelType() const {
+    return getTabOrder() == 0;
+}

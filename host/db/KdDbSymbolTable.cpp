@@ -19,7 +19,9 @@ std::wstring upper(const std::wstring& s) {
     return u;
 }
 
-KdDbObject* objectOf(KdDbObjectId id) { return id.stub() ? id.stub()->object : nullptr; }
+KdDbObject* objectOf(KdDbObjectId id) {
+    return id.stub() ? id.stub()->object : nullptr;
+}
 
 class KdDbSymbolTableState : public KdDbObjectState {
 public:
@@ -28,8 +30,7 @@ public:
 
 } // namespace
 
-KdDbSymbolTableIterator::KdDbSymbolTableIterator(std::vector<KdDbObjectId> records,
-                                                 bool skipErased)
+KdDbSymbolTableIterator::KdDbSymbolTableIterator(std::vector<KdDbObjectId> records, bool skipErased)
     : m_records(std::move(records)), m_skipErased(skipErased) {
     skip();
 }
@@ -73,7 +74,9 @@ void KdDbSymbolTable::ensureIndex() const {
     m_indexValid = true;
 }
 
-void KdDbSymbolTable::reindex() { m_indexValid = false; }
+void KdDbSymbolTable::reindex() {
+    m_indexValid = false;
+}
 
 void KdDbSymbolTable::nameChanged(const std::wstring& oldName, const std::wstring& newName,
                                   KdDbObjectId id) {
@@ -165,7 +168,8 @@ Kdad::ErrorStatus KdDbSymbolTable::add(KdDbObjectId& id, KdDbSymbolTableRecord* 
     std::vector<KdDbTag> tags;
     auto add = [&](int code, std::string_view v) {
         std::string_view s = db->storeString(v);
-        tags.push_back(KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)});
+        tags.push_back(
+            KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)});
     };
     add(rec->dxfName() == "DIMSTYLE" ? 105 : 5, "0");
     add(330, getDbHandle().ascii());
@@ -199,10 +203,14 @@ Kdad::ErrorStatus KdDbSymbolTable::add(KdDbObjectId& id, KdDbSymbolTableRecord* 
             return KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)};
         };
         std::string owner = id.handle().ascii();
-        bt = {tagOf(330, owner), tagOf(100, "AcDbEntity"), tagOf(8, "0"),
-              tagOf(100, "AcDbBlockBegin"), tagOf(2, raw), tagOf(70, "0"), tagOf(10, "0.0"),
-              tagOf(20, "0.0"), tagOf(30, "0.0"), tagOf(3, raw), tagOf(1, "")};
-        et = {tagOf(330, owner), tagOf(100, "AcDbEntity"), tagOf(8, "0"), tagOf(100, "AcDbBlockEnd")};
+        bt = {tagOf(330, owner), tagOf(100, "AcDbEntity"),
+              tagOf(8, "0"),     tagOf(100, "AcDbBlockBegin"),
+              tagOf(2, raw),     tagOf(70, "0"),
+              tagOf(10, "0.0"),  tagOf(20, "0.0"),
+              tagOf(30, "0.0"),  tagOf(3, raw),
+              tagOf(1, "")};
+        et = {tagOf(330, owner), tagOf(100, "AcDbEntity"), tagOf(8, "0"),
+              tagOf(100, "AcDbBlockEnd")};
         begin->setTags(std::move(bt));
         end->setTags(std::move(et));
         KdDbObjectId bid = db->adopt(begin);

@@ -22,7 +22,9 @@ std::string_view KdDbSymbolTableRecord::subclassMarker() const {
     return {};
 }
 
-void KdDbSymbolTableRecord::loadName() { m_name = decode(tvdxf::trimmed(tagValue(2))); }
+void KdDbSymbolTableRecord::loadName() {
+    m_name = decode(tvdxf::trimmed(tagValue(2)));
+}
 
 Kdad::ErrorStatus KdDbSymbolTableRecord::getName(KdString& name) const {
     name = KdString(m_name);
@@ -34,15 +36,28 @@ Kdad::ErrorStatus KdDbSymbolTableRecord::getName(const wchar_t*& name) const {
     return Kdad::eOk;
 }
 
-KdString KdDbSymbolTableRecord::name() const { return KdString(m_name); }
+KdString KdDbSymbolTableRecord::name() const {
+    return KdString(m_name);
+}
 
 bool KdDbSymbolTableRecord::isValidName(const std::wstring& name) {
     if (name.empty() || name.size() >= 256 || name.front() == L' ')
         return false;
     for (wchar_t c : name) {
         switch (c) {
-        case L'<': case L'>': case L'/': case L'\\': case L'"': case L':': case L';':
-        case L'?': case L'*': case L'|': case L'=': case L',': case L'`':
+        case L'<':
+        case L'>':
+        case L'/':
+        case L'\\':
+        case L'"':
+        case L':':
+        case L';':
+        case L'?':
+        case L'*':
+        case L'|':
+        case L'=':
+        case L',':
+        case L'`':
             return false;
         default:
             if (c < 0x20)
@@ -62,8 +77,8 @@ Kdad::ErrorStatus KdDbSymbolTableRecord::setName(const wchar_t* newName) {
         return Kdad::eOk;
     KdDbSymbolTable* table = nullptr;
     if (database()) {
-        table = dynamic_cast<KdDbSymbolTable*>(ownerId().stub() ? ownerId().stub()->object
-                                                                : nullptr);
+        table =
+            dynamic_cast<KdDbSymbolTable*>(ownerId().stub() ? ownerId().stub()->object : nullptr);
         if (isDependent())
             return Kdad::eIllegalReplacement;
         if (dxfName() == "LAYER" && m_name == L"0")
@@ -95,8 +110,12 @@ void KdDbSymbolTableRecord::setFlagBit(int bit, bool on) {
         setField(subclassMarker(), kRecordOrder, 70, std::to_string(nf));
 }
 
-bool KdDbSymbolTableRecord::isDependent() const { return (flags() & 16) != 0; }
-bool KdDbSymbolTableRecord::isResolved() const { return (flags() & 32) != 0; }
+bool KdDbSymbolTableRecord::isDependent() const {
+    return (flags() & 16) != 0;
+}
+bool KdDbSymbolTableRecord::isResolved() const {
+    return (flags() & 32) != 0;
+}
 
 std::unique_ptr<KdDbObjectState> KdDbSymbolTableRecord::saveState() const {
     return KdDbObject::saveState();

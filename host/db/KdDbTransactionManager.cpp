@@ -99,8 +99,8 @@ bool KdDbUndoJournal::undoToLastMark() {
 
 // -- Transactions --
 
-Kdad::ErrorStatus KdDbTransaction::getObject(KdDbObject*& obj, KdDbObjectId id,
-                                             KdDb::OpenMode mode, bool openErased) {
+Kdad::ErrorStatus KdDbTransaction::getObject(KdDbObject*& obj, KdDbObjectId id, KdDb::OpenMode mode,
+                                             bool openErased) {
     obj = nullptr;
     if (id.isNull())
         return Kdad::eNullObjectId;

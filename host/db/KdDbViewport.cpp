@@ -111,8 +111,7 @@ Kdad::ErrorStatus KdDbViewport::freezeLayersInViewport(const std::vector<KdDbObj
             kept.emplace_back(t[static_cast<size_t>(i)].value());
     bool changed = false;
     for (const KdDbObjectId& id : layerIds) {
-        if (!isLayerFrozenInViewport(id) &&
-            std::find(list.begin(), list.end(), id) == list.end()) {
+        if (!isLayerFrozenInViewport(id) && std::find(list.begin(), list.end(), id) == list.end()) {
             list.push_back(id);
             changed = true;
         }
@@ -124,8 +123,7 @@ Kdad::ErrorStatus KdDbViewport::freezeLayersInViewport(const std::vector<KdDbObj
         uint64_t v = 0;
         tvdxf::parseHandle(h, v);
         KdDbStub* stub = database()->impl().stubOf(v);
-        all.push_back(stub ? KdDbObjectId(stub)
-                           : KdDbObjectId(database()->impl().newStub(v)));
+        all.push_back(stub ? KdDbObjectId(stub) : KdDbObjectId(database()->impl().newStub(v)));
     }
     all.insert(all.end(), list.begin(), list.end());
     writeFrozenList(all);
@@ -145,9 +143,8 @@ Kdad::ErrorStatus KdDbViewport::thawLayersInViewport(const std::vector<KdDbObjec
         uint64_t h = 0;
         if (tag.code != 331 || !tvdxf::parseHandle(tag.value(), h))
             continue;
-        bool thaw = std::any_of(layerIds.begin(), layerIds.end(), [h](const KdDbObjectId& id) {
-            return id.handle().value() == h;
-        });
+        bool thaw = std::any_of(layerIds.begin(), layerIds.end(),
+                                [h](const KdDbObjectId& id) { return id.handle().value() == h; });
         if (thaw) {
             changed = true;
             continue;

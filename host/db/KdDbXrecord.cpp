@@ -39,8 +39,8 @@ Kdad::ErrorStatus KdDbXrecord::rbChain(resbuf** chain) const {
 resbuf* KdDbXrecord::rbChain() const {
     auto [b, e] = dataRange(*this);
     // Xrecord data runs to the end of the record: extended data is not part of it.
-    return tvdb::tagsToResbuf(database(), tags().subspan(static_cast<size_t>(b),
-                                                         static_cast<size_t>(e - b)));
+    return tvdb::tagsToResbuf(database(),
+                              tags().subspan(static_cast<size_t>(b), static_cast<size_t>(e - b)));
 }
 
 Kdad::ErrorStatus KdDbXrecord::setFromRbChain(const resbuf* chain) {

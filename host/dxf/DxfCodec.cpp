@@ -12,9 +12,13 @@ namespace tvdxf {
 
 namespace {
 
-bool isDoubleByteCodePage(int cp) { return cp == 932 || cp == 936 || cp == 949 || cp == 950; }
+bool isDoubleByteCodePage(int cp) {
+    return cp == 932 || cp == 936 || cp == 949 || cp == 950;
+}
 
-std::string iconvName(int cp) { return "CP" + std::to_string(cp); }
+std::string iconvName(int cp) {
+    return "CP" + std::to_string(cp);
+}
 
 // Converts bytes of code page `cp` to UTF-32 with iconv; unconvertible bytes become U+FFFD.
 std::u32string iconvToUtf32(std::string_view raw, int cp) {
@@ -147,7 +151,8 @@ DxfCodec::DxfCodec(std::string_view dwgCodePage) : m_utf8(false) {
         for (int i = 0; i < 256; ++i)
             all[static_cast<size_t>(i)] = static_cast<char>(i);
         for (int i = 0; i < 256; ++i) {
-            std::u32string one = iconvToUtf32(std::string_view(&all[static_cast<size_t>(i)], 1), cp);
+            std::u32string one =
+                iconvToUtf32(std::string_view(&all[static_cast<size_t>(i)], 1), cp);
             char32_t w = one.size() == 1 ? one[0] : U'\xFFFD';
             if (w == 0xFFFD && i >= 0x80) {
                 // Bytes undefined in the code page keep their Latin-1 meaning, so they survive.

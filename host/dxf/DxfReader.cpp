@@ -42,13 +42,12 @@ private:
         if (at >= m_tags.size())
             return fail(m_tags.size(), "expected " + expected + ", found the end of the file");
         const KdDbTag& t = m_tags[at];
-        return fail(at, "expected " + expected + ", found group " + std::to_string(t.code) +
-                            " \"" + std::string(t.value().substr(0, 40)) + "\"");
+        return fail(at, "expected " + expected + ", found group " + std::to_string(t.code) + " \"" +
+                            std::string(t.value().substr(0, 40)) + "\"");
     }
 
     bool is(size_t i, int code, std::string_view value) const {
-        return i < m_tags.size() && m_tags[i].code == code &&
-               trimmed(m_tags[i].value()) == value;
+        return i < m_tags.size() && m_tags[i].code == code && trimmed(m_tags[i].value()) == value;
     }
 
     // End of the record starting at `i` (its "0 TYPE" tag): the index of the next code-0 tag.
@@ -73,10 +72,10 @@ private:
             if (i + 1 >= m_tags.size() || m_tags[i + 1].code != 2)
                 return failExpected(i + 1, "a section name (group 2)");
             std::string name(trimmed(m_tags[i + 1].value()));
-            static constexpr std::string_view kModelled[] = {"HEADER", "CLASSES", "TABLES",
+            static constexpr std::string_view kModelled[] = {"HEADER", "CLASSES",  "TABLES",
                                                              "BLOCKS", "ENTITIES", "OBJECTS"};
-            bool modelled = std::find(std::begin(kModelled), std::end(kModelled), name) !=
-                            std::end(kModelled);
+            bool modelled =
+                std::find(std::begin(kModelled), std::end(kModelled), name) != std::end(kModelled);
             if (modelled && !m_seenSections.insert(name).second)
                 return fail(i + 1, "section " + name + " appears a second time");
             i += 2;
@@ -153,9 +152,9 @@ private:
         raw.tags.assign(m_tags.begin() + static_cast<long>(start),
                         m_tags.begin() + static_cast<long>(i));
         m_impl.rawSections.push_back(std::move(raw));
-        m_impl.sections.push_back({name == "CLASSES" ? KdDbSectionKind::Classes
-                                                     : KdDbSectionKind::Raw,
-                                   m_impl.rawSections.size() - 1});
+        m_impl.sections.push_back(
+            {name == "CLASSES" ? KdDbSectionKind::Classes : KdDbSectionKind::Raw,
+             m_impl.rawSections.size() - 1});
         return true;
     }
 
@@ -212,8 +211,7 @@ private:
                 if (m_tags[i].code != 0)
                     return failExpected(i, "a table record (group 0)");
                 if (is(i, 0, "ENDSEC") || is(i, 0, "TABLE") || is(i, 0, "EOF"))
-                    return failExpected(i, "\"0 ENDTAB\" to close table " +
-                                               std::string(tableName));
+                    return failExpected(i, "\"0 ENDTAB\" to close table " + std::string(tableName));
                 end = recordEnd(i);
                 KdDbObject* rec = makeObject(i, end, true, tableName);
                 m_tableRecords.push_back({table, rec});
@@ -298,9 +296,8 @@ private:
         m_impl.bindWellKnown();
 
         // Blocks: BLOCK's owner is its block record; R12 has none, matched by name then.
-        auto* blockTable = dynamic_cast<KdDbBlockTable*>(m_impl.blockTable.stub()
-                                                             ? m_impl.blockTable.stub()->object
-                                                             : nullptr);
+        auto* blockTable = dynamic_cast<KdDbBlockTable*>(
+            m_impl.blockTable.stub() ? m_impl.blockTable.stub()->object : nullptr);
         for (Block& block : m_blocks) {
             KdDbBlockTableRecord* btr = blockRecordOf(block.begin, blockTable);
             btr->setBlockBeginEnd(block.begin->objectId(), block.end->objectId());
@@ -319,8 +316,8 @@ private:
                 btr = m_lastEntityBlock; // attributes, vertices and their end marker
             if (!btr) {
                 auto* ent = dynamic_cast<KdDbEntity*>(e);
-                KdDbObjectId space = ent && ent->isInPaperSpace() ? m_impl.paperSpace
-                                                                  : m_impl.modelSpace;
+                KdDbObjectId space =
+                    ent && ent->isInPaperSpace() ? m_impl.paperSpace : m_impl.modelSpace;
                 btr = space.stub() ? dynamic_cast<KdDbBlockTableRecord*>(space.stub()->object)
                                    : nullptr;
             }
@@ -365,8 +362,8 @@ private:
         std::vector<KdDbTag> tags;
         auto add = [&](int code, std::string_view v) {
             std::string_view s = m_impl.strings.store(v);
-            tags.push_back(KdDbTag{s.data(), static_cast<uint32_t>(s.size()),
-                                   static_cast<int16_t>(code)});
+            tags.push_back(
+                KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)});
         };
         add(2, encoded);
         add(70, "0");
@@ -393,14 +390,13 @@ private:
         std::vector<KdDbTag> tags(t.begin(), t.end());
         int code = obj->dxfName() == "DIMSTYLE" ? 105 : 5;
         KdDbTag tag{v.data(), static_cast<uint32_t>(v.size()), static_cast<int16_t>(code)};
-        auto it = std::find_if(tags.begin(), tags.begin() + static_cast<long>(std::min<size_t>(
-                                                             tags.size(), 8)),
+        auto it = std::find_if(tags.begin(),
+                               tags.begin() + static_cast<long>(std::min<size_t>(tags.size(), 8)),
                                [code](const KdDbTag& x) { return x.code == code; });
         if (it != tags.end() && it - tags.begin() < 8 && it->code == code)
             *it = tag;
         else
-            tags.insert(tags.begin() + (obj->dxfName() == "TABLE" && !tags.empty() ? 1 : 0),
-                        tag);
+            tags.insert(tags.begin() + (obj->dxfName() == "TABLE" && !tags.empty() ? 1 : 0), tag);
         obj->setTags(std::move(tags));
     }
 
@@ -414,8 +410,7 @@ private:
                 if (t[k].code != 330)
                     continue;
                 uint64_t h = 0;
-                if (parseHandle(t[k].value(), h) && h != 0 && !m_impl.stubOf(h) &&
-                    reported++ < 50)
+                if (parseHandle(t[k].value(), h) && h != 0 && !m_impl.stubOf(h) && reported++ < 50)
                     m_impl.warnings.push_back("owner " + std::string(trimmed(t[k].value())) +
                                               " of " + std::string(obj->dxfName()) + " " +
                                               obj->getDbHandle().ascii() +

@@ -9,7 +9,9 @@ namespace tvdxf {
 
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t'; }
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
 
 // One line starting at `pos`, without its line end; advances `pos` past the line end.
 // Returns false at the end of the text.

@@ -20,7 +20,9 @@ struct TokenizeResult {
 TokenizeResult tokenize(std::string_view text, std::vector<KdDbTag>& tags);
 
 /// 1-based line of the group code of tag `index` (every tag takes two lines).
-inline long long lineOfTag(size_t index) { return static_cast<long long>(index) * 2 + 1; }
+inline long long lineOfTag(size_t index) {
+    return static_cast<long long>(index) * 2 + 1;
+}
 
 /// Value with blanks trimmed on both sides.
 std::string_view trimmed(std::string_view v);

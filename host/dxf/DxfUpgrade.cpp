@@ -29,15 +29,24 @@ bool isCommonCode(int c) {
 }
 
 std::string_view recordMarker(std::string_view table) {
-    if (table == "VPORT") return "AcDbViewportTableRecord";
-    if (table == "LTYPE") return "AcDbLinetypeTableRecord";
-    if (table == "LAYER") return "AcDbLayerTableRecord";
-    if (table == "STYLE") return "AcDbTextStyleTableRecord";
-    if (table == "VIEW") return "AcDbViewTableRecord";
-    if (table == "UCS") return "AcDbUCSTableRecord";
-    if (table == "APPID") return "AcDbRegAppTableRecord";
-    if (table == "DIMSTYLE") return "AcDbDimStyleTableRecord";
-    if (table == "BLOCK_RECORD") return "AcDbBlockTableRecord";
+    if (table == "VPORT")
+        return "AcDbViewportTableRecord";
+    if (table == "LTYPE")
+        return "AcDbLinetypeTableRecord";
+    if (table == "LAYER")
+        return "AcDbLayerTableRecord";
+    if (table == "STYLE")
+        return "AcDbTextStyleTableRecord";
+    if (table == "VIEW")
+        return "AcDbViewTableRecord";
+    if (table == "UCS")
+        return "AcDbUCSTableRecord";
+    if (table == "APPID")
+        return "AcDbRegAppTableRecord";
+    if (table == "DIMSTYLE")
+        return "AcDbDimStyleTableRecord";
+    if (table == "BLOCK_RECORD")
+        return "AcDbBlockTableRecord";
     return {};
 }
 
@@ -286,8 +295,7 @@ private:
             }
             bool hasAcad = false;
             for (const Record* r : recs) {
-                if (tableName == "APPID" &&
-                    equalsNoCase(trimmed(valueOf(r->tags, 2)), "ACAD"))
+                if (tableName == "APPID" && equalsNoCase(trimmed(valueOf(r->tags, 2)), "ACAD"))
                     hasAcad = true;
                 writeTableRecord(tableName, tableHandle, *r);
             }
@@ -555,20 +563,29 @@ private:
     void writeTypeData(std::string_view type, std::vector<KdDbTag> rest) {
         long long flags = 0;
         parseInt(valueOf(rest, 70), flags);
-        if (type == "LINE") return writeAll("AcDbLine", rest);
-        if (type == "POINT") return writeAll("AcDbPoint", rest);
-        if (type == "CIRCLE") return writeAll("AcDbCircle", rest);
-        if (type == "SOLID" || type == "TRACE") return writeAll("AcDbTrace", rest);
-        if (type == "3DFACE") return writeAll("AcDbFace", rest);
-        if (type == "SHAPE") return writeAll("AcDbShape", rest);
-        if (type == "INSERT") return writeAll("AcDbBlockReference", rest);
-        if (type == "VIEWPORT") return writeAll("AcDbViewport", rest);
-        if (type == "SEQEND") return writeAll({}, rest);
+        if (type == "LINE")
+            return writeAll("AcDbLine", rest);
+        if (type == "POINT")
+            return writeAll("AcDbPoint", rest);
+        if (type == "CIRCLE")
+            return writeAll("AcDbCircle", rest);
+        if (type == "SOLID" || type == "TRACE")
+            return writeAll("AcDbTrace", rest);
+        if (type == "3DFACE")
+            return writeAll("AcDbFace", rest);
+        if (type == "SHAPE")
+            return writeAll("AcDbShape", rest);
+        if (type == "INSERT")
+            return writeAll("AcDbBlockReference", rest);
+        if (type == "VIEWPORT")
+            return writeAll("AcDbViewport", rest);
+        if (type == "SEQEND")
+            return writeAll({}, rest);
         if (type == "ARC") {
             writeGroup("AcDbCircle", rest, {39, 10, 20, 30, 40, 210, 220, 230});
             return writeAll("AcDbArc", rest);
         }
-        static constexpr std::initializer_list<int> kText = {39, 10, 20, 30, 40, 1, 50, 41, 51,
+        static constexpr std::initializer_list<int> kText = {39, 10, 20, 30, 40, 1,  50,  41,  51,
                                                              7,  71, 72, 11, 21, 31, 210, 220, 230};
         if (type == "TEXT") {
             writeGroup("AcDbText", rest, kText);
@@ -593,15 +610,16 @@ private:
             if ((flags & 128) && !(flags & 64))
                 return writeAll("AcDbFaceRecord", rest);
             tag(100, "AcDbVertex");
-            std::string_view marker = (flags & 128) ? "AcDbPolyFaceMeshVertex"
+            std::string_view marker = (flags & 128)  ? "AcDbPolyFaceMeshVertex"
                                       : (flags & 64) ? "AcDbPolygonMeshVertex"
                                       : (flags & 32) ? "AcDb3dPolylineVertex"
                                                      : "AcDb2dVertex";
             return writeAll(marker, rest);
         }
         if (type == "DIMENSION") {
-            writeGroup("AcDbDimension", rest,
-                       {2, 10, 20, 30, 11, 21, 31, 70, 1, 71, 72, 41, 42, 53, 51, 3, 210, 220, 230});
+            writeGroup(
+                "AcDbDimension", rest,
+                {2, 10, 20, 30, 11, 21, 31, 70, 1, 71, 72, 41, 42, 53, 51, 3, 210, 220, 230});
             switch (flags & 7) {
             case 0:
                 writeGroup("AcDbAlignedDimension", rest, {12, 22, 32, 13, 23, 33, 14, 24, 34});
@@ -671,8 +689,8 @@ private:
         tag(0, "ENDSEC");
     }
 
-    void writeLayout(const std::string& h, const std::string& owner, std::string_view name,
-                     int tab, const std::string& record) {
+    void writeLayout(const std::string& h, const std::string& owner, std::string_view name, int tab,
+                     const std::string& record) {
         tag(0, "LAYOUT");
         tag(5, h);
         tag(102, "{ACAD_REACTORS");

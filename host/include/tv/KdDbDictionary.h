@@ -18,9 +18,7 @@ public:
         return !done();
     }
     const wchar_t* name() const { return done() ? nullptr : m_entries[m_pos].key.c_str(); }
-    KdDbObjectId objectId() const {
-        return done() ? KdDbObjectId::kNull : m_entries[m_pos].id;
-    }
+    KdDbObjectId objectId() const { return done() ? KdDbObjectId::kNull : m_entries[m_pos].id; }
     Kdad::ErrorStatus getObject(KdDbObject*& obj, KdDb::OpenMode mode) const;
 
 private:

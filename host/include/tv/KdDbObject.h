@@ -183,12 +183,12 @@ public:
 /// Opens an object by id: eNullObjectId, eWasErased (unless `openErased`), eWasOpenForWrite,
 /// eWasOpenForRead (a write open while others read it) or eOk with `obj` set.
 TVHOST_API Kdad::ErrorStatus kddbOpenKdDbObject(KdDbObject*& obj, KdDbObjectId id,
-                                                 KdDb::OpenMode mode, bool openErased = false);
+                                                KdDb::OpenMode mode, bool openErased = false);
 
 /// Opens an object of the expected class; eWrongObjectType when it is another class.
 template <class T>
 Kdad::ErrorStatus kddbOpenObject(T*& obj, KdDbObjectId id, KdDb::OpenMode mode,
-                                  bool openErased = false) {
+                                 bool openErased = false) {
     obj = nullptr;
     KdDbObject* raw = nullptr;
     Kdad::ErrorStatus es = kddbOpenKdDbObject(raw, id, mode, openErased);

@@ -14,7 +14,10 @@ class KdDbBlockTableRecord;
 class TVHOST_API KdDbSymbolTableIterator {
 public:
     KdDbSymbolTableIterator(std::vector<KdDbObjectId> records, bool skipErased);
-    void start() { m_pos = 0; skip(); }
+    void start() {
+        m_pos = 0;
+        skip();
+    }
     bool done() const { return m_pos >= m_records.size(); }
     void step() {
         ++m_pos;
@@ -98,8 +101,8 @@ public:
     KdDbLinetypeTable();
     ~KdDbLinetypeTable() override;
     using KdDbSymbolTable::getAt;
-    Kdad::ErrorStatus getAt(const wchar_t* name, KdDbLinetypeTableRecord*& rec,
-                            KdDb::OpenMode mode, bool openErased = false) const;
+    Kdad::ErrorStatus getAt(const wchar_t* name, KdDbLinetypeTableRecord*& rec, KdDb::OpenMode mode,
+                            bool openErased = false) const;
     bool acceptsRecord(const KdDbSymbolTableRecord* rec) const override;
 };
 

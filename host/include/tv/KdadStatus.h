@@ -64,8 +64,8 @@ TVHOST_API const char* errorStatusText(ErrorStatus es);
 
 /// Status codes of the ads-style calls.
 enum KdadResult : int {
-    RTNORM = 5100,  ///< normal completion
-    RTNONE = 5000,  ///< no result (Enter); also the end marker of kdutBuildList
+    RTNORM = 5100, ///< normal completion
+    RTNONE = 5000, ///< no result (Enter); also the end marker of kdutBuildList
     RTERROR = -5001,
     RTCAN = -5002,  ///< cancelled
     RTREJ = -5003,  ///< request rejected

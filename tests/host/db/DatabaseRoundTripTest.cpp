@@ -43,8 +43,7 @@ std::vector<KdDbTag> tokens(const std::string& text) {
         if (a[i].code != b[i].code || a[i].value() != b[i].value())
             return ::testing::AssertionFailure()
                    << "tag " << i << " (line " << tvdxf::lineOfTag(i) << "): expected " << a[i].code
-                   << " '" << a[i].value() << "', got " << b[i].code << " '" << b[i].value()
-                   << "'";
+                   << " '" << a[i].value() << "', got " << b[i].code << " '" << b[i].value() << "'";
     }
     if (a.size() != b.size())
         return ::testing::AssertionFailure()
@@ -77,8 +76,8 @@ std::map<std::wstring, LayerSummary> layerSummary(KdDbDatabase& db) {
         KdDbObjectPointer<KdDbLayerTableRecord> layer(id, KdDb::kForRead);
         if (!layer)
             continue;
-        out[layer->name().str()] = {layer->color().colorIndex(), layer->isOff(),
-                                    layer->isFrozen(), layer->isLocked()};
+        out[layer->name().str()] = {layer->color().colorIndex(), layer->isOff(), layer->isFrozen(),
+                                    layer->isLocked()};
     }
     table->close();
     return out;

@@ -263,9 +263,9 @@ TEST_F(DictionaryTest, XrecordDataRoundTrip) {
     ASSERT_EQ(kddbGetQdsName(layerName, layer), RTNORM);
     const double point[3] = {1.25, -2.5, 1e6};
     kd_binary chunk{5, const_cast<char*>("\x00\x7F\x80\xFF\x0A")};
-    KdResbufPtr data(kdutBuildList(1, text.c_str(), 40, 1.0 / 3.0, 41, -1.5e-300, 70, SHRT_MIN,
-                                   71, SHRT_MAX, 90, int32_t{INT32_MIN}, 91, int32_t{INT32_MAX},
-                                   10, point, 330, layerName, 310, &chunk, 1000, L"", RTNONE));
+    KdResbufPtr data(kdutBuildList(1, text.c_str(), 40, 1.0 / 3.0, 41, -1.5e-300, 70, SHRT_MIN, 71,
+                                   SHRT_MAX, 90, int32_t{INT32_MIN}, 91, int32_t{INT32_MAX}, 10,
+                                   point, 330, layerName, 310, &chunk, 1000, L"", RTNONE));
     ASSERT_TRUE(data);
     {
         KdDbObjectPointer<KdDbXrecord> x(xid, KdDb::kForWrite);

@@ -330,11 +330,11 @@ TEST_F(KdDbAdsTest, EntMakeRefusesBadLists) {
 
 TEST_F(KdDbAdsTest, MadeObjectsSurviveSaveAndReload) {
     ASSERT_EQ(kddbRegApp(L"MYAPP"), RTNORM);
-    KdResbufPtr layer(kdutBuildList(0, L"LAYER", 2, L"Made", 70, 0, 62, 5, 6, L"Continuous",
-                                    370, 50, -3, 1001, L"MYAPP", 1070, 42, RTNONE));
+    KdResbufPtr layer(kdutBuildList(0, L"LAYER", 2, L"Made", 70, 0, 62, 5, 6, L"Continuous", 370,
+                                    50, -3, 1001, L"MYAPP", 1070, 42, RTNONE));
     ASSERT_EQ(kddbEntMake(layer.get()), RTNORM);
-    KdResbufPtr style(kdutBuildList(0, L"STYLE", 2, L"Notes", 40, 0.0, 41, 1.0, 50, 0.0, 71, 0,
-                                    42, 2.5, 3, L"txt", 4, L"", RTNONE));
+    KdResbufPtr style(kdutBuildList(0, L"STYLE", 2, L"Notes", 40, 0.0, 41, 1.0, 50, 0.0, 71, 0, 42,
+                                    2.5, 3, L"txt", 4, L"", RTNONE));
     ASSERT_EQ(kddbEntMake(style.get()), RTNORM);
 
     KdResbufPtr xrec(kdutBuildList(0, L"XRECORD", 1, L"hello", 40, 1.5, 90, int32_t(7), RTNONE));

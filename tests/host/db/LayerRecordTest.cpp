@@ -250,8 +250,8 @@ TEST(LayerRecordNames, RefusesInvalidNamesAndKeepsTheOldOne) {
     layer.close();
 
     auto copy = reloaded(db);
-    EXPECT_FALSE(findLayer(*copy, L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442")
-                     .isNull());
+    EXPECT_FALSE(
+        findLayer(*copy, L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442").isNull());
 }
 
 TEST(LayerRecordNames, RefusesDuplicatesIgnoringCase) {
@@ -330,7 +330,7 @@ TEST(LayerTableUsage, GenerateUsageDataMarksUsedLayers) {
     };
     EXPECT_TRUE(inUse(L"0"));
     EXPECT_TRUE(inUse(L"Defpoints"));
-    EXPECT_TRUE(inUse(L"Layer1"));           // model-space entities
+    EXPECT_TRUE(inUse(L"Layer1")); // model-space entities
     EXPECT_TRUE(inUse(L"Layer_Lt_dash"));
     EXPECT_TRUE(inUse(L"Layer_true_color")); // an MLINE and a TEXT
     EXPECT_FALSE(inUse(L"Layer_desc"));

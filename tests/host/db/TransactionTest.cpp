@@ -40,7 +40,8 @@ protected:
         size_t i = 0;
         while (i < a.size() && i < b.size() && a[i] == b[i])
             ++i;
-        size_t line = static_cast<size_t>(std::count(a.begin(), a.begin() + static_cast<long>(i), '\n')) + 1;
+        size_t line =
+            static_cast<size_t>(std::count(a.begin(), a.begin() + static_cast<long>(i), '\n')) + 1;
         size_t from = a.rfind('\n', i);
         from = from == std::string::npos ? 0 : from + 1;
         return "line " + std::to_string(line) + ": \"" + a.substr(from, 60) + "\" vs \"" +

@@ -22,8 +22,7 @@
 
 namespace {
 
-const std::string kDrawing =
-    std::string(TV_TESTDATA_DIR) + "/ezdxf_viewport_frozen_layers.dxf";
+const std::string kDrawing = std::string(TV_TESTDATA_DIR) + "/ezdxf_viewport_frozen_layers.dxf";
 
 // Handles in the drawing: three floating viewports, B1 without frozen layers, B8 freezing
 // Layer1 and BB freezing Layer2.
@@ -106,8 +105,7 @@ TEST_F(ViewportTest, FrozenListsMatchTheFile) {
 
 TEST_F(ViewportTest, FreezeAndThawKeepOrderAndSurviveReload) {
     // New layers go at the end; one already frozen and one given twice are kept once.
-    ASSERT_EQ(freeze(kVpLayer1, {id(kLayer3), id(kLayer1), id(kLayer2), id(kLayer3)}),
-              Kdad::eOk);
+    ASSERT_EQ(freeze(kVpLayer1, {id(kLayer3), id(kLayer1), id(kLayer2), id(kLayer3)}), Kdad::eOk);
     EXPECT_EQ(frozenHandles(m_db, kVpLayer1), (Handles{kLayer1, kLayer3, kLayer2}));
     ASSERT_EQ(freeze(kVpLayer1, {}), Kdad::eOk);
     EXPECT_EQ(frozenHandles(m_db, kVpLayer1), (Handles{kLayer1, kLayer3, kLayer2}));
@@ -239,8 +237,8 @@ TEST_F(ViewportTest, LayerOverridesPerViewport) {
         EXPECT_EQ(ovr, vp1Overrides);
         const KdDbObjectId lt = layer->linetypeObjectId(vp1, ovr);
         EXPECT_EQ(ovr, vp1Overrides);
-        EXPECT_EQ(lt.handle().value(),
-                  vp1Overrides ? dashed.handle().value() : db.continuousLinetype().handle().value());
+        EXPECT_EQ(lt.handle().value(), vp1Overrides ? dashed.handle().value()
+                                                    : db.continuousLinetype().handle().value());
         EXPECT_EQ(layer->hasOverrides(vp1), vp1Overrides);
 
         EXPECT_EQ(layer->color(vp2, ovr), blue);
@@ -290,9 +288,10 @@ TEST_F(ViewportTest, OverrideRecordsAreReadableByEzdxf) {
         ASSERT_EQ(layer->setColor(green, id(kVpLayer2)), Kdad::eOk);
         ASSERT_EQ(layer->setLineWeight(KdDb::kLnWt100, id(kVpLayer2)), Kdad::eOk);
     }
-    const auto dir = std::filesystem::temp_directory_path() /
-                     ("tv_vp_ovr_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-                      "_" + std::to_string(reinterpret_cast<uintptr_t>(this)));
+    const auto dir =
+        std::filesystem::temp_directory_path() /
+        ("tv_vp_ovr_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
+         std::to_string(reinterpret_cast<uintptr_t>(this)));
     std::filesystem::create_directories(dir);
     const std::string dxf = (dir / "ovr.dxf").string();
     const std::string script = (dir / "check.py").string();
@@ -312,8 +311,8 @@ TEST_F(ViewportTest, OverrideRecordsAreReadableByEzdxf) {
               "if not any(c == 335 and str(v).upper() == 'BB' for c, v in tags):\n"
               "    sys.exit('no pointer to viewport BB: ' + repr(tags))\n";
     }
-    const std::string cmd =
-        "/usr/bin/python3 '" + script + "' '" + dxf + "' > '" + (dir / "out.txt").string() + "' 2>&1";
+    const std::string cmd = "/usr/bin/python3 '" + script + "' '" + dxf + "' > '" +
+                            (dir / "out.txt").string() + "' 2>&1";
     const int rc = std::system(cmd.c_str());
     std::ifstream out(dir / "out.txt");
     std::string msg((std::istreambuf_iterator<char>(out)), std::istreambuf_iterator<char>());

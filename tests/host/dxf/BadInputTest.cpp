@@ -124,8 +124,7 @@ TEST(BadDxfInput, GarbageEmptyAndBinaryAreRefused) {
     for (int i = 0; i < 4096; ++i)
         garbage.push_back(static_cast<char>((i * 131 + 7) % 256));
     expectRefused(garbage, "garbage bytes");
-    expectRefused(std::string("AutoCAD Binary DXF\r\n\x1a\0\0\0\0\x02SECTION\0", 32),
-                  "binary DXF");
+    expectRefused(std::string("AutoCAD Binary DXF\r\n\x1a\0\0\0\0\x02SECTION\0", 32), "binary DXF");
 }
 
 TEST(BadDxfInput, StructuralFaultsAreRefusedWithTheLine) {
@@ -216,8 +215,8 @@ TEST(BadDxfInput, DuplicateHandlesLoadWithAWarningAndAreMadeUnique) {
         if (saved[i].code != 0)
             continue;
         for (size_t k = i + 1; k < saved.size() && saved[k].code != 0; ++k) {
-            bool handleCode = saved[k].code == 5 ||
-                              (saved[k].code == 105 && saved[i].value == "DIMSTYLE");
+            bool handleCode =
+                saved[k].code == 5 || (saved[k].code == 105 && saved[i].value == "DIMSTYLE");
             if (handleCode) {
                 EXPECT_TRUE(handles.insert(saved[k].value).second)
                     << "handle " << saved[k].value << " written twice";

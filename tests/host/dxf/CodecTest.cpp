@@ -48,7 +48,8 @@ TEST(DxfCodec, Cp1252DecodesAndEncodesItsUpperHalf) {
 
 TEST(DxfCodec, Cp1251DecodesAndEncodesCyrillic) {
     DxfCodec codec("ANSI_1251");
-    const std::wstring text = L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442 \u0401\u0451";
+    const std::wstring text =
+        L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442 \u0401\u0451";
     const std::string bytes = "\xD4\xF3\xED\xE4\xE0\xEC\xE5\xED\xF2 \xA8\xB8";
     EXPECT_EQ(codec.decode(bytes), text);
     EXPECT_EQ(codec.encode(text), bytes);

@@ -63,7 +63,9 @@ std::string r12Drawing() {
     return s;
 }
 
-KdDbObject* objectOf(KdDbObjectId id) { return id.isValid() ? id.stub()->object : nullptr; }
+KdDbObject* objectOf(KdDbObjectId id) {
+    return id.isValid() ? id.stub()->object : nullptr;
+}
 
 std::map<std::string, int> entityTypes(const KdDbDatabase& db) {
     std::map<std::string, int> types;

@@ -73,17 +73,19 @@ TEST(TokenizerTest, FaultsNameTheirLine) {
         long long line;
     };
     const Case cases[] = {
-        {"abc\nX\n", 1},                      // code is not a number
-        {"0\nSECTION\n1x\nX\n", 3},           // trailing junk after the digits
-        {"0\nSECTION\n\nX\n", 3},             // empty code line in the middle
-        {"0\nSECTION\n 1 2\nX\n", 3},         // two numbers
-        {"0\nA\n0\nB\n99999\nX\n", 5},        // code out of range
-        {"0\nA\n-40000\nX\n", 3},             // negative code out of range
-        {"0\nSECTION\n2\n", 4},               // value missing at the end
-        {"\xEF\xBB\xBF" "0\nSECTION\n2", 4},  // ... also without a final line end
+        {"abc\nX\n", 1},               // code is not a number
+        {"0\nSECTION\n1x\nX\n", 3},    // trailing junk after the digits
+        {"0\nSECTION\n\nX\n", 3},      // empty code line in the middle
+        {"0\nSECTION\n 1 2\nX\n", 3},  // two numbers
+        {"0\nA\n0\nB\n99999\nX\n", 5}, // code out of range
+        {"0\nA\n-40000\nX\n", 3},      // negative code out of range
+        {"0\nSECTION\n2\n", 4},        // value missing at the end
+        {"\xEF\xBB\xBF"
+         "0\nSECTION\n2",
+         4},                                   // ... also without a final line end
         {"0\r\nA\r\n0\r\nB\r\nQ\r\nX\r\n", 5}, // CR LF lines count the same
-        {"0\nEOF\n\n\n", 3},                  // only one trailing empty line is forgiven
-        {"0\nEOF\n   \n", 3},                 // a blank line is not an empty one
+        {"0\nEOF\n\n\n", 3},                   // only one trailing empty line is forgiven
+        {"0\nEOF\n   \n", 3},                  // a blank line is not an empty one
     };
     for (const Case& c : cases) {
         tvdxf::TokenizeResult r;
