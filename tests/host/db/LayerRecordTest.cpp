@@ -3,6 +3,8 @@
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -11,38 +13,9 @@
 
 namespace {
 
-KdDbObjectId findLayer(KdDbDatabase& db, const wchar_t* name) {
-    KdDbLayerTable* table = nullptr;
-    EXPECT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    KdDbObjectId id;
-    if (table) {
-        table->getAt(name, id);
-        table->close();
-    }
-    return id;
-}
-
-KdDbObjectId addLayer(KdDbDatabase& db, const wchar_t* name) {
-    KdDbLayerTable* table = nullptr;
-    EXPECT_EQ(db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
-    if (!table)
-        return {};
-    auto* layer = new KdDbLayerTableRecord;
-    EXPECT_EQ(layer->setName(name), Kdad::eOk);
-    KdDbObjectId id;
-    if (table->add(id, layer) != Kdad::eOk)
-        delete layer;
-    table->close();
-    return id;
-}
-
-std::unique_ptr<KdDbDatabase> reloaded(KdDbDatabase& db) {
-    std::string text, err;
-    EXPECT_EQ(db.writeDxf(text), Kdad::eOk);
-    auto out = std::make_unique<KdDbDatabase>(false);
-    EXPECT_EQ(out->readDxfBuffer(text, &err), Kdad::eOk) << err;
-    return out;
-}
+using tvtest::addLayer;
+using tvtest::findLayer;
+using tvtest::reloaded;
 
 bool loadTestDrawing(KdDbDatabase& db, const char* name) {
     const std::string path = std::string(TV_TESTDATA_DIR) + "/" + name;

@@ -10,6 +10,8 @@
 #include "tv/KdDbXrecord.h"
 #include "tv/KdResbuf.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,63 +22,22 @@
 
 namespace {
 
+using tvtest::firstDifference;
+
 const std::string kDrawing = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
 
 class TransactionTest : public ::testing::Test {
 protected:
+    std::string text() { return tvtest::drawingText(m_db); }
+    KdDbObjectId layerId(const wchar_t* name) { return tvtest::findLayer(m_db, name); }
+    KdDbObjectId addLayer(const wchar_t* name) { return tvtest::addLayer(m_db, name); }
+
     void SetUp() override {
         if (!std::filesystem::exists(kDrawing))
             GTEST_SKIP() << kDrawing << " is missing";
         std::string err;
         ASSERT_EQ(m_db.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
         ASSERT_EQ(m_db.writeDxf(m_original), Kdad::eOk);
-    }
-
-    // Texts of whole drawings are compared by their first differing line: a plain EXPECT_EQ
-    // would have GoogleTest build an edit-distance table of millions of lines.
-    static std::string firstDifference(const std::string& a, const std::string& b) {
-        if (a == b)
-            return {};
-        size_t i = 0;
-        while (i < a.size() && i < b.size() && a[i] == b[i])
-            ++i;
-        size_t line =
-            static_cast<size_t>(std::count(a.begin(), a.begin() + static_cast<long>(i), '\n')) + 1;
-        size_t from = a.rfind('\n', i);
-        from = from == std::string::npos ? 0 : from + 1;
-        return "line " + std::to_string(line) + ": \"" + a.substr(from, 60) + "\" vs \"" +
-               b.substr(from, 60) + "\"";
-    }
-
-    std::string text() {
-        std::string out;
-        EXPECT_EQ(m_db.writeDxf(out), Kdad::eOk);
-        return out;
-    }
-
-    KdDbObjectId layerId(const wchar_t* name) {
-        KdDbLayerTable* table = nullptr;
-        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-        KdDbObjectId id;
-        if (table) {
-            table->getAt(name, id);
-            table->close();
-        }
-        return id;
-    }
-
-    KdDbObjectId addLayer(const wchar_t* name) {
-        KdDbLayerTable* table = nullptr;
-        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
-        auto* layer = new KdDbLayerTableRecord;
-        EXPECT_EQ(layer->setName(name), Kdad::eOk);
-        KdDbObjectId id;
-        Kdad::ErrorStatus es = table->add(id, layer);
-        EXPECT_EQ(es, Kdad::eOk);
-        if (es != Kdad::eOk)
-            delete layer;
-        table->close();
-        return id;
     }
 
     int colorOf(const wchar_t* name) {

@@ -5,6 +5,8 @@
 #include "tv/KdDbTransactionManager.h"
 #include "tv/KdDbUndoJournal.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,64 +15,24 @@
 
 namespace {
 
+using tvtest::firstDifference;
+
 const std::string kDrawing = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
 
 // First differing line of two drawing texts, empty when equal. Whole texts are not handed to
 // EXPECT_EQ: its diff of millions of lines exhausts memory.
-std::string firstDifference(const std::string& a, const std::string& b) {
-    if (a == b)
-        return {};
-    size_t i = 0;
-    while (i < a.size() && i < b.size() && a[i] == b[i])
-        ++i;
-    const auto line = std::count(a.begin(), a.begin() + static_cast<long>(i), '\n') + 1;
-    size_t from = a.rfind('\n', i);
-    from = from == std::string::npos ? 0 : from + 1;
-    return "line " + std::to_string(line) + ": \"" + a.substr(from, 60) + "\" vs \"" +
-           b.substr(from, 60) + "\"";
-}
-
 class UndoMarkTest : public ::testing::Test {
 protected:
+    std::string text() { return tvtest::drawingText(m_db); }
+    KdDbObjectId layerId(const wchar_t* name) { return tvtest::findLayer(m_db, name); }
+    KdDbObjectId addLayer(const wchar_t* name) { return tvtest::addLayer(m_db, name); }
+
     void SetUp() override {
         if (!std::filesystem::exists(kDrawing))
             GTEST_SKIP() << kDrawing << " is missing";
         std::string err;
         ASSERT_EQ(m_db.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
         m_original = text();
-    }
-
-    std::string text() {
-        std::string out;
-        EXPECT_EQ(m_db.writeDxf(out), Kdad::eOk);
-        return out;
-    }
-
-    KdDbObjectId layerId(const wchar_t* name) {
-        KdDbLayerTable* table = nullptr;
-        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-        KdDbObjectId id;
-        if (table) {
-            table->getAt(name, id);
-            table->close();
-        }
-        return id;
-    }
-
-    KdDbObjectId addLayer(const wchar_t* name) {
-        KdDbLayerTable* table = nullptr;
-        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
-        KdDbObjectId id;
-        if (!table)
-            return id;
-        auto* layer = new KdDbLayerTableRecord;
-        EXPECT_EQ(layer->setName(name), Kdad::eOk);
-        if (table->add(id, layer) != Kdad::eOk) {
-            ADD_FAILURE() << "cannot add layer " << KdString(name).utf8();
-            delete layer;
-        }
-        table->close();
-        return id;
     }
 
     void setColor(const wchar_t* name, uint16_t index) {
