@@ -30,14 +30,6 @@ bool nextLine(std::string_view text, size_t& pos, std::string_view& line) {
 
 } // namespace
 
-std::string_view trimmed(std::string_view v) {
-    while (!v.empty() && isBlank(v.front()))
-        v.remove_prefix(1);
-    while (!v.empty() && (isBlank(v.back()) || v.back() == '\r'))
-        v.remove_suffix(1);
-    return v;
-}
-
 bool parseInt(std::string_view v, long long& out) {
     v = trimmed(v);
     if (!v.empty() && v.front() == '+')
@@ -55,14 +47,6 @@ bool parseDouble(std::string_view v, double& out) {
     if (v.empty())
         return false;
     auto [p, ec] = std::from_chars(v.data(), v.data() + v.size(), out);
-    return ec == std::errc() && p == v.data() + v.size();
-}
-
-bool parseHandle(std::string_view v, uint64_t& out) {
-    v = trimmed(v);
-    if (v.empty() || v.size() > 16)
-        return false;
-    auto [p, ec] = std::from_chars(v.data(), v.data() + v.size(), out, 16);
     return ec == std::errc() && p == v.data() + v.size();
 }
 

@@ -3,6 +3,8 @@
 
 #include <tv/KdDbTag.h>
 
+#include <cstdint>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,13 +26,42 @@ inline long long lineOfTag(size_t index) {
     return static_cast<long long>(index) * 2 + 1;
 }
 
-/// Value with blanks trimmed on both sides.
-std::string_view trimmed(std::string_view v);
+/// Value with blanks trimmed on both sides. Inline: the reader calls it for every record.
+inline std::string_view trimmed(std::string_view v) {
+    auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
+    if (!v.empty() && !blank(v.front()) && !blank(v.back()))
+        return v;
+    while (!v.empty() && (v.front() == ' ' || v.front() == '\t'))
+        v.remove_prefix(1);
+    while (!v.empty() && blank(v.back()))
+        v.remove_suffix(1);
+    return v;
+}
 /// Parses a decimal integer value (blanks allowed around it); false when malformed.
 bool parseInt(std::string_view v, long long& out);
 bool parseDouble(std::string_view v, double& out);
-/// Parses a hexadecimal handle value (blanks allowed around it); false when malformed.
-bool parseHandle(std::string_view v, uint64_t& out);
+/// Parses a hexadecimal handle value of 1 to 16 digits (blanks allowed around it); false when
+/// malformed. Inline: every owner and pointer lookup goes through it.
+inline bool parseHandle(std::string_view v, uint64_t& out) {
+    v = trimmed(v);
+    if (v.empty() || v.size() > 16)
+        return false;
+    uint64_t value = 0;
+    for (char c : v) {
+        unsigned d;
+        if (c >= '0' && c <= '9')
+            d = static_cast<unsigned>(c - '0');
+        else if (c >= 'A' && c <= 'F')
+            d = static_cast<unsigned>(c - 'A' + 10);
+        else if (c >= 'a' && c <= 'f')
+            d = static_cast<unsigned>(c - 'a' + 10);
+        else
+            return false;
+        value = value << 4 | d;
+    }
+    out = value;
+    return true;
+}
 /// Case-insensitive comparison of ASCII text.
 bool equalsNoCase(std::string_view a, std::string_view b);
 
