@@ -9,6 +9,7 @@
 #include <tv/KdDbBlockTableRecord.h>
 #include <tv/KdDbDictionary.h>
 #include <tv/KdDbEntity.h>
+#include <tv/KdDbLayerStateManager.h>
 #include <tv/KdDbLayerTableRecord.h>
 #include <tv/KdDbLayout.h>
 #include <tv/KdDbSymbolTable.h>
@@ -477,6 +478,8 @@ Kdad::ErrorStatus KdDbDatabase::setClayer(KdDbObjectId layerId) {
     auto* layer = dynamic_cast<KdDbLayerTableRecord*>(objectOf(layerId));
     if (!layer || layer->isErased() || layerId.database() != this)
         return Kdad::eInvalidInput;
+    if (m_impl->journal->isRecording())
+        m_impl->journal->recordHeader();
     m_impl->clayer = layerId;
     return setHeaderVar("$CLAYER", 8, layer->name().kwszPtr());
 }
@@ -514,6 +517,8 @@ KdString KdDbDatabase::getHeaderVar(const char* name) const {
 Kdad::ErrorStatus KdDbDatabase::setHeaderVar(const char* name, int code, const wchar_t* value) {
     if (!name || name[0] != '$' || !value)
         return Kdad::eInvalidInput;
+    if (m_impl->journal->isRecording())
+        m_impl->journal->recordHeader();
     std::string raw = encode(value);
     std::string_view stored = storeString(raw);
     KdDbTag tag{stored.data(), static_cast<uint32_t>(stored.size()), static_cast<int16_t>(code)};
@@ -554,7 +559,9 @@ Kdad::ErrorStatus KdDbDatabase::getPlotStyleNameDictionary(KdDbDictionary*& dict
 }
 
 KdDbLayerStateManager* KdDbDatabase::getLayerStateManager() const {
-    return nullptr;
+    if (!m_impl->layerStates)
+        m_impl->layerStates = std::make_unique<KdDbLayerStateManager>(m_impl->self);
+    return m_impl->layerStates.get();
 }
 
 Kdad::ErrorStatus KdDbDatabase::getKdDbObjectId(KdDbObjectId& id, bool createIfNotFound,

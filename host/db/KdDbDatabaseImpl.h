@@ -5,6 +5,7 @@
 #include "dxf/DxfCodec.h"
 
 #include <tv/KdDbDatabase.h>
+#include <tv/KdDbLayerStateManager.h>
 #include <tv/KdDbTransactionManager.h>
 #include <tv/KdDbUndoJournal.h>
 
@@ -74,6 +75,7 @@ struct KdDbDatabaseImpl {
 
     std::unique_ptr<KdDbUndoJournal> journal;
     std::unique_ptr<KdDbTransactionManager> transactions;
+    std::unique_ptr<KdDbLayerStateManager> layerStates;
 
     KdDbStub* newStub(uint64_t handle);
     KdDbStub* stubOf(uint64_t handle) const {

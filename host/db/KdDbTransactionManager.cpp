@@ -16,7 +16,10 @@ void KdDbUndoJournal::recordChange(KdDbObject* obj) {
     if (obj->journalEpoch() == epoch)
         return;
     obj->setJournalEpoch(epoch);
-    m_entries.push_back({obj->objectId(), obj->saveState()});
+    Entry entry;
+    entry.id = obj->objectId();
+    entry.state = obj->saveState();
+    m_entries.push_back(std::move(entry));
 }
 
 void KdDbUndoJournal::recordCreated(KdDbObjectId id) {
@@ -24,7 +27,20 @@ void KdDbUndoJournal::recordCreated(KdDbObjectId id) {
         return;
     if (id.stub() && id.stub()->object)
         id.stub()->object->setJournalEpoch(m_levels.back().epoch);
-    m_entries.push_back({id, nullptr});
+    Entry entry;
+    entry.id = id; // no state: undo erases the object
+    m_entries.push_back(std::move(entry));
+}
+
+void KdDbUndoJournal::recordHeader() {
+    if (m_levels.empty() || m_headerEpoch == m_levels.back().epoch)
+        return;
+    m_headerEpoch = m_levels.back().epoch;
+    Entry entry;
+    entry.header = true;
+    entry.headerTags = m_db->impl().header;
+    entry.clayer = m_db->impl().clayer;
+    m_entries.push_back(std::move(entry));
 }
 
 size_t KdDbUndoJournal::pushLevel() {
@@ -48,6 +64,12 @@ void KdDbUndoJournal::rollbackTo(size_t position, uint64_t handleSeed) {
     while (m_entries.size() > position) {
         Entry entry = std::move(m_entries.back());
         m_entries.pop_back();
+        if (entry.header) {
+            impl.header = std::move(entry.headerTags);
+            impl.clayer = entry.clayer;
+            m_headerEpoch = 0;
+            continue;
+        }
         KdDbObject* obj = entry.id.stub() ? entry.id.stub()->object : nullptr;
         if (!obj)
             continue;

@@ -15,6 +15,8 @@ public:
     void recordChange(KdDbObject* obj);
     /// Records that `id` was created at the current level (undo erases it).
     void recordCreated(KdDbObjectId id);
+    /// Records the header variables (and the current layer) before their first change.
+    void recordHeader();
 
     /// Opens a level (transaction or mark); returns its position in the journal.
     size_t pushLevel();
@@ -34,6 +36,9 @@ private:
     struct Entry {
         KdDbObjectId id;
         std::unique_ptr<KdDbObjectState> state; // null: the object was created
+        bool header = false;                    // the header variables, in `headerTags`
+        std::vector<KdDbTag> headerTags;
+        KdDbObjectId clayer;
     };
     struct Level {
         size_t start;
@@ -47,4 +52,5 @@ private:
     std::vector<Level> m_levels;
     std::vector<size_t> m_marks; // indexes into m_levels
     uint32_t m_nextEpoch = 1;
+    uint32_t m_headerEpoch = 0;
 };
