@@ -93,7 +93,9 @@ TEST_F(LayerFilterTreeTest, NewDrawingHasTheGeneratedFiltersOnly) {
     }
     EXPECT_TRUE(t.root->allowNested());
     EXPECT_FALSE(used->allowNested());
-    EXPECT_EQ(used->addNested(newFilter(L"X", L"")), Kdad::eNotApplicable);
+    // A refused filter stays the caller's.
+    std::unique_ptr<KdLyLayerFilter> refused(newFilter(L"X", L""));
+    EXPECT_EQ(used->addNested(refused.get()), Kdad::eNotApplicable);
 
     // Layer "0" is in use in any drawing; a fresh layer is not.
     const KdDbObjectId fresh = tvtest::addLayer(m_db, L"Fresh");
