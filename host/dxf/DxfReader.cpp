@@ -3,6 +3,7 @@
 #include "dxf/DxfDocument.h"
 
 #include "db/KdDbDatabaseImpl.h"
+#include "db/KdDbTagConvert.h"
 #include "dxf/DxfTokenizer.h"
 #include "dxf/DxfUpgrade.h"
 
@@ -13,10 +14,21 @@
 
 #include <algorithm>
 #include <set>
+#include <span>
 
 namespace tvdxf {
 
 namespace {
+
+// Index of a record's handle tag: group 5 (105 for dimension styles) among its first tags,
+// or -1. The reader and the repair of missing handles must agree on where it is.
+int handleIndex(std::span<const KdDbTag> tags, std::string_view type) {
+    const int code = type == "DIMSTYLE" ? 105 : 5;
+    for (size_t k = 0; k < tags.size() && k < 8; ++k)
+        if (tags[k].code == code)
+            return static_cast<int>(k);
+    return -1;
+}
 
 class Reader {
 public:
@@ -165,16 +177,11 @@ private:
         std::unique_ptr<KdDbObject> obj = kdCreateObjectOfType(type, inTables, tableName, isEntity);
         obj->setTypeName(type);
         obj->setBorrowedTags(m_tags.data() + i + 1, static_cast<uint32_t>(end - i - 1));
-        // The handle is group 5 (105 for dimension styles), near the start of the record.
         uint64_t handle = 0;
-        bool hasHandle = false;
-        for (size_t k = i + 1; k < end && k < i + 8; ++k) {
-            int c = m_tags[k].code;
-            if (c == 5 || (c == 105 && type == "DIMSTYLE")) {
-                hasHandle = parseHandle(m_tags[k].value(), handle) && handle != 0;
-                break;
-            }
-        }
+        int at = handleIndex(std::span<const KdDbTag>(m_tags.data() + i + 1, end - i - 1), type);
+        bool hasHandle = at >= 0 &&
+                         parseHandle(m_tags[i + 1 + static_cast<size_t>(at)].value(), handle) &&
+                         handle != 0;
         KdDbObject* raw = obj.get();
         if (hasHandle && !m_impl.stubOf(handle)) {
             KdDbStub* stub = m_impl.newStub(handle);
@@ -183,9 +190,9 @@ private:
         } else {
             if (hasHandle)
                 m_impl.warnings.push_back("line " + std::to_string(lineOfTag(i)) +
-                                          ": duplicate handle " +
-                                          std::string(trimmed(m_tags[i + 1].value())) + " of " +
-                                          std::string(type) + "; the record gets a new handle");
+                                          ": duplicate handle " + tvdb::formatHandle(handle) +
+                                          " of " + std::string(type) +
+                                          "; the record gets a new handle");
             else if (m_impl.version > KdDb::kDHL_1009 && type != "CLASS")
                 m_impl.warnings.push_back("line " + std::to_string(lineOfTag(i)) + ": " +
                                           std::string(type) + " without a handle gets one");
@@ -390,11 +397,9 @@ private:
         std::vector<KdDbTag> tags(t.begin(), t.end());
         int code = obj->dxfName() == "DIMSTYLE" ? 105 : 5;
         KdDbTag tag{v.data(), static_cast<uint32_t>(v.size()), static_cast<int16_t>(code)};
-        auto it = std::find_if(tags.begin(),
-                               tags.begin() + static_cast<long>(std::min<size_t>(tags.size(), 8)),
-                               [code](const KdDbTag& x) { return x.code == code; });
-        if (it != tags.end() && it - tags.begin() < 8 && it->code == code)
-            *it = tag;
+        int at = handleIndex(tags, obj->dxfName());
+        if (at >= 0)
+            tags[static_cast<size_t>(at)] = tag;
         else
             tags.insert(tags.begin() + (obj->dxfName() == "TABLE" && !tags.empty() ? 1 : 0), tag);
         obj->setTags(std::move(tags));

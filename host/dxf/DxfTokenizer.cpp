@@ -22,7 +22,9 @@ bool nextLine(std::string_view text, size_t& pos, std::string_view& line) {
     const void* nl = std::memchr(start, '\n', text.size() - pos);
     size_t len = nl ? static_cast<size_t>(static_cast<const char*>(nl) - start) : text.size() - pos;
     pos += len + (nl ? 1 : 0);
-    if (len > 0 && start[len - 1] == '\r')
+    // Every carriage return before the line end goes: a value cannot end in one, and keeping
+    // all but one would make each save of such a file shorter by one.
+    while (len > 0 && start[len - 1] == '\r')
         --len;
     line = std::string_view(start, len);
     return true;
