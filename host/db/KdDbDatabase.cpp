@@ -66,6 +66,14 @@ KdDbStub* KdDbDatabaseImpl::newStub(uint64_t handle) {
     return stub;
 }
 
+int KdDbDatabaseImpl::headerValueIndex(std::string_view name) const {
+    int idx = headerIndex(name);
+    if (idx < 0 || static_cast<size_t>(idx) + 1 >= header.size() ||
+        header[static_cast<size_t>(idx) + 1].code == 9)
+        return -1;
+    return idx + 1;
+}
+
 int KdDbDatabaseImpl::headerIndex(std::string_view name) const {
     for (size_t i = 0; i < header.size(); ++i)
         if (header[i].code == 9 && tvdxf::trimmed(header[i].value()) == name)
@@ -125,11 +133,11 @@ void KdDbDatabaseImpl::bindWellKnown() {
         }
     }
     clayer = KdDbObjectId::kNull;
-    int idx = headerIndex("$CLAYER");
-    if (idx >= 0 && static_cast<size_t>(idx) + 1 < header.size()) {
+    int idx = headerValueIndex("$CLAYER");
+    if (idx >= 0) {
         if (auto* lt = dynamic_cast<KdDbSymbolTable*>(objectOf(layerTable))) {
             std::wstring name =
-                codec->decode(tvdxf::trimmed(header[static_cast<size_t>(idx) + 1].value()));
+                codec->decode(tvdxf::trimmed(header[static_cast<size_t>(idx)].value()));
             KdDbObjectId id;
             if (lt->getAt(name.c_str(), id) == Kdad::eOk)
                 clayer = id;
@@ -508,10 +516,10 @@ KdString KdDbDatabase::getHeaderVar(const char* name) const {
     if (name && std::string_view(name) == "$CLAYER" && m_impl->clayer.isValid() &&
         !m_impl->clayer.isErased())
         return KdString(decode(tvdxf::trimmed(m_impl->clayer.stub()->object->tagValue(2))));
-    int idx = m_impl->headerIndex(name);
-    if (idx < 0 || static_cast<size_t>(idx) + 1 >= m_impl->header.size())
+    int idx = m_impl->headerValueIndex(name);
+    if (idx < 0)
         return KdString();
-    return KdString(decode(tvdxf::trimmed(m_impl->header[static_cast<size_t>(idx) + 1].value())));
+    return KdString(decode(tvdxf::trimmed(m_impl->header[static_cast<size_t>(idx)].value())));
 }
 
 Kdad::ErrorStatus KdDbDatabase::setHeaderVar(const char* name, int code, const wchar_t* value) {
@@ -522,9 +530,15 @@ Kdad::ErrorStatus KdDbDatabase::setHeaderVar(const char* name, int code, const w
     std::string raw = encode(value);
     std::string_view stored = storeString(raw);
     KdDbTag tag{stored.data(), static_cast<uint32_t>(stored.size()), static_cast<int16_t>(code)};
-    int idx = m_impl->headerIndex(name);
-    if (idx >= 0 && static_cast<size_t>(idx) + 1 < m_impl->header.size()) {
-        m_impl->header[static_cast<size_t>(idx) + 1] = tag;
+    int valueAt = m_impl->headerValueIndex(name);
+    if (valueAt >= 0) {
+        m_impl->header[static_cast<size_t>(valueAt)] = tag;
+        return Kdad::eOk;
+    }
+    int nameAt = m_impl->headerIndex(name);
+    if (nameAt >= 0) {
+        // A variable written without a value gets one; the next variable stays as it is.
+        m_impl->header.insert(m_impl->header.begin() + nameAt + 1, tag);
         return Kdad::eOk;
     }
     std::string_view n = storeString(name);

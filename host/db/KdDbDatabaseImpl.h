@@ -92,6 +92,8 @@ struct KdDbDatabaseImpl {
 
     /// Index of header variable `name` ("$CLAYER") in `header`, or -1.
     int headerIndex(std::string_view name) const;
+    /// Index of the value of header variable `name`, or -1 when absent or written without one.
+    int headerValueIndex(std::string_view name) const;
     /// Finds the well-known objects after a load or after building a new drawing.
     void bindWellKnown();
     /// Resolves every entity's layer name to the layer record.

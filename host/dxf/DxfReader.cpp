@@ -146,10 +146,9 @@ private:
     }
 
     std::string_view valueOfHeader(std::string_view name) const {
-        int idx = m_impl.headerIndex(name);
-        if (idx < 0 || static_cast<size_t>(idx) + 1 >= m_impl.header.size())
-            return {};
-        return m_impl.header[static_cast<size_t>(idx) + 1].value();
+        // A variable without a value is followed directly by the next variable's name.
+        int idx = m_impl.headerValueIndex(name);
+        return idx < 0 ? std::string_view() : m_impl.header[static_cast<size_t>(idx)].value();
     }
 
     bool readRaw(size_t& i, const std::string& name) {
@@ -483,7 +482,7 @@ namespace {
 bool isR12(const std::vector<KdDbTag>& tags) {
     for (size_t i = 0; i + 1 < tags.size() && i < 64; ++i) {
         if (tags[i].code == 9 && trimmed(tags[i].value()) == "$ACADVER")
-            return trimmed(tags[i + 1].value()) <= "AC1009";
+            return tags[i + 1].code != 1 || trimmed(tags[i + 1].value()) <= "AC1009";
         if (tags[i].code == 0 && trimmed(tags[i].value()) == "ENDSEC")
             break;
     }

@@ -234,7 +234,7 @@ private:
         bool seed = false;
         for (size_t i = 0; i < m_header.size(); ++i) {
             const KdDbTag& t = m_header[i];
-            if (t.code == 9 && i + 1 < m_header.size()) {
+            if (t.code == 9 && i + 1 < m_header.size() && m_header[i + 1].code != 9) {
                 std::string_view name = trimmed(t.value());
                 if (name == "$ACADVER") {
                     ++i;

@@ -86,7 +86,7 @@ public:
         bool wroteSeed = false;
         for (size_t i = 0; i < h.size(); ++i) {
             const KdDbTag& t = h[i];
-            if (t.code == 9 && i + 1 < h.size()) {
+            if (t.code == 9 && i + 1 < h.size() && h[i + 1].code != 9) {
                 std::string_view name = trimmed(t.value());
                 const KdDbTag& v = h[i + 1];
                 if (name == "$ACADVER") {
