@@ -1,0 +1,603 @@
+// The editor session: current drawing, output, keyword prompts, picks and display requests.
+#include "KdEdSession.h"
+
+#include "tv/KdDbAds.h"
+#include "tv/KdDbBlockTableRecord.h"
+#include "tv/KdDbDatabase.h"
+#include "tv/KdDbEntity.h"
+#include "tv/KdDbUndoJournal.h"
+#include "tv/KdDbViewport.h"
+#include "tv/KdEdEditor.h"
+#include "tv/KdUtf8.h"
+
+#include <cmath>
+#include <cstdarg>
+#include <cstring>
+#include <cwchar>
+
+namespace kded {
+
+Session& session() {
+    static Session* s = new Session; // lives to the end of the process
+    return *s;
+}
+
+DrawingState* drawingState(KdDbDatabase* db) {
+    if (!db)
+        return nullptr;
+    auto& slot = session().drawings[db];
+    if (!slot)
+        slot = std::make_unique<DrawingState>(db);
+    return slot.get();
+}
+
+void print(const std::wstring& text) {
+    Session& s = session();
+    if (s.capture) {
+        s.captured += text;
+    } else if (s.out) {
+        const std::string bytes = tvToUtf8(text);
+        std::fwrite(bytes.data(), 1, bytes.size(), s.out);
+        std::fflush(s.out);
+    }
+}
+
+KdEdInputEvent nextEvent() {
+    Session& s = session();
+    return s.input ? s.input->next() : KdEdInputEvent{};
+}
+
+std::wstring upper(const std::wstring& s) {
+    std::wstring out = s;
+    for (wchar_t& c : out)
+        c = tvUpper(c);
+    return out;
+}
+
+bool copyOut(const std::wstring& text, wchar_t* result, int len) {
+    if (!result || len <= 0 || text.size() >= static_cast<size_t>(len))
+        return false;
+    std::wmemcpy(result, text.c_str(), text.size() + 1);
+    return true;
+}
+
+std::vector<Keyword> parseKeywords(const wchar_t* list) {
+    std::vector<std::wstring> local;
+    std::vector<std::wstring> global;
+    bool inGlobal = false;
+    std::wstring word;
+    const std::wstring text = list ? list : L"";
+    for (size_t i = 0; i <= text.size(); ++i) {
+        if (i < text.size() && !std::iswspace(text[i])) {
+            word.push_back(text[i]);
+            continue;
+        }
+        if (word.empty())
+            continue;
+        if (word == L"_" && !inGlobal)
+            inGlobal = true;
+        else
+            (inGlobal ? global : local).push_back(word);
+        word.clear();
+    }
+    std::vector<Keyword> out;
+    for (size_t i = 0; i < local.size(); ++i)
+        out.push_back(Keyword{local[i], i < global.size() ? global[i] : local[i]});
+    return out;
+}
+
+namespace {
+
+/// True when `typed` stands for `keyword`: the whole word, or, when its capital letters lead
+/// it, any start of it that holds them all; when the capitals are elsewhere ("eXit"), exactly
+/// the capitals.
+bool abbreviates(const std::wstring& typed, const std::wstring& keyword) {
+    if (typed.empty())
+        return false;
+    const std::wstring upTyped = upper(typed);
+    const std::wstring upKey = upper(keyword);
+    if (upTyped == upKey)
+        return true;
+    std::wstring capitals;
+    size_t lead = 0;
+    bool leading = true;
+    for (wchar_t c : keyword) {
+        const bool cap = std::iswalpha(c) && tvUpper(c) == c;
+        if (cap)
+            capitals.push_back(c);
+        if (leading && cap)
+            ++lead;
+        else
+            leading = false;
+    }
+    if (capitals.empty())
+        return false;
+    if (lead == capitals.size())
+        return upTyped.size() >= lead && upKey.compare(0, upTyped.size(), upTyped) == 0;
+    return upTyped == capitals;
+}
+
+} // namespace
+
+const Keyword* matchKeyword(const std::vector<Keyword>& keywords, const std::wstring& typed) {
+    if (typed.size() > 1 && typed[0] == L'_') {
+        const std::wstring rest = typed.substr(1);
+        for (const Keyword& k : keywords)
+            if (abbreviates(rest, k.global))
+                return &k;
+        return nullptr;
+    }
+    for (const Keyword& k : keywords)
+        if (abbreviates(typed, k.local))
+            return &k;
+    return nullptr;
+}
+
+} // namespace kded
+
+using kded::session;
+
+// -- Current drawing --
+
+void kdedSetCurrentDatabase(KdDbDatabase* db) {
+    kddbSetCurDwg(db);
+}
+
+KdDbDatabase* kdedCurrentDatabase() {
+    return kddbCurDwg();
+}
+
+void kdedDatabaseClosed(KdDbDatabase* db) {
+    session().drawings.erase(db);
+    if (db && kddbCurDwg() == db)
+        kddbSetCurDwg(nullptr);
+}
+
+// -- Output --
+
+void kdedSetInputSource(KdEdInputSource* source) {
+    session().input = source;
+}
+
+KdEdInputSource* kdedInputSource() {
+    return session().input;
+}
+
+void kdedSetOutputStream(FILE* stream) {
+    session().out = stream;
+    session().capture = false;
+}
+
+void kdedCaptureOutput() {
+    session().capture = true;
+}
+
+std::wstring kdedTakeCapturedOutput() {
+    std::wstring out;
+    out.swap(session().captured);
+    return out;
+}
+
+namespace {
+
+/// The format with plain %s and %c turned into their wide forms (%ls, %lc) and %hs, %hc into
+/// the narrow ones, as vswprintf reads them here.
+std::wstring hostFormat(const wchar_t* format) {
+    std::wstring out;
+    for (const wchar_t* p = format; *p; ++p) {
+        out.push_back(*p);
+        if (*p != L'%')
+            continue;
+        ++p;
+        if (*p == L'%') {
+            out.push_back(*p);
+            continue;
+        }
+        std::wstring flags;
+        while (*p && std::wcschr(L"-+ #0123456789.*", *p))
+            flags.push_back(*p++);
+        bool narrow = false;
+        if ((*p == L'h' || *p == L'l') && (p[1] == L's' || p[1] == L'c')) {
+            narrow = *p == L'h';
+            ++p; // the size letter is written again below as the conversion needs it
+        }
+        if (!*p) {
+            out += flags;
+            break;
+        }
+        out += flags;
+        if ((*p == L's' || *p == L'c') && !narrow)
+            out.push_back(L'l');
+        out.push_back(*p);
+    }
+    return out;
+}
+
+} // namespace
+
+int kdutPrintf(const wchar_t* format, ...) {
+    if (!format)
+        return 0;
+    const std::wstring fmt = hostFormat(format);
+    std::vector<wchar_t> buf(256);
+    for (;;) {
+        va_list args;
+        va_start(args, format);
+        const int n = std::vswprintf(buf.data(), buf.size(), fmt.c_str(), args);
+        va_end(args);
+        if (n >= 0) {
+            kded::print(std::wstring(buf.data(), static_cast<size_t>(n)));
+            return n;
+        }
+        if (buf.size() >= (1u << 20))
+            return -1; // a bad format or an argument that cannot be converted
+        buf.resize(buf.size() * 4);
+    }
+}
+
+// -- Prompts --
+
+int kdedInitGet(int flags, const wchar_t* keywords) {
+    kded::Session& s = session();
+    s.initFlags = flags;
+    s.keywords = kded::parseKeywords(keywords);
+    return RTNORM;
+}
+
+namespace {
+
+/// Keywords and flags set for this prompt; a prompt uses them once.
+struct PromptSetup {
+    int flags;
+    std::vector<kded::Keyword> keywords;
+};
+
+PromptSetup takeSetup() {
+    kded::Session& s = session();
+    PromptSetup p{s.initFlags, std::move(s.keywords)};
+    s.initFlags = 0;
+    s.keywords.clear();
+    return p;
+}
+
+void setLastInput(const std::wstring& text) {
+    session().lastInput = text;
+    session().hasLastInput = true;
+}
+
+void setErrno(int value) {
+    session().errnoValue = value;
+}
+
+} // namespace
+
+int kdedGetKword(const wchar_t* prompt, wchar_t* result, int len) {
+    PromptSetup setup = takeSetup();
+    if (!result || len <= 0)
+        return RTERROR;
+    result[0] = L'\0';
+    for (;;) {
+        if (prompt)
+            kded::print(prompt);
+        KdEdInputEvent ev = kded::nextEvent();
+        switch (ev.kind) {
+        case KdEdInputEvent::kEnd:
+        case KdEdInputEvent::kCancel:
+            kded::print(L"*Cancel*\n");
+            return RTCAN;
+        case KdEdInputEvent::kEnter:
+            kded::print(L"\n");
+            if (setup.flags & RSG_NONULL)
+                continue;
+            return RTNONE;
+        case KdEdInputEvent::kPick:
+            kded::print(L"\nInvalid option keyword.\n");
+            continue;
+        case KdEdInputEvent::kText:
+            break;
+        }
+        kded::print(ev.text + L"\n");
+        if (const kded::Keyword* k = kded::matchKeyword(setup.keywords, ev.text)) {
+            setLastInput(k->global);
+            return kded::copyOut(k->global, result, len) ? RTNORM : RTERROR;
+        }
+        if (setup.flags & RSG_OTHER) {
+            setLastInput(ev.text);
+            return kded::copyOut(ev.text, result, len) ? RTNORM : RTERROR;
+        }
+        kded::print(L"\nInvalid option keyword.\n");
+    }
+}
+
+int kdedGetInput(wchar_t* result, int len) {
+    if (!session().hasLastInput)
+        return RTERROR;
+    return kded::copyOut(session().lastInput, result, len) ? RTNORM : RTERROR;
+}
+
+namespace {
+
+/// An affine map: p -> m * p + t.
+struct Affine {
+    double m[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+    double t[3] = {0, 0, 0};
+
+    Affine then(const Affine& outer) const {
+        Affine r;
+        for (int i = 0; i < 3; ++i) {
+            for (int j = 0; j < 3; ++j) {
+                r.m[i][j] = 0;
+                for (int k = 0; k < 3; ++k)
+                    r.m[i][j] += outer.m[i][k] * m[k][j];
+            }
+            r.t[i] = outer.t[i];
+            for (int k = 0; k < 3; ++k)
+                r.t[i] += outer.m[i][k] * t[k];
+        }
+        return r;
+    }
+    void apply(const double p[3], double out[3]) const {
+        for (int i = 0; i < 3; ++i)
+            out[i] = m[i][0] * p[0] + m[i][1] * p[1] + m[i][2] * p[2] + t[i];
+    }
+};
+
+double tagReal(const KdDbObject* obj, int code, double dflt) {
+    std::string v(obj->tagValue(code));
+    if (v.empty())
+        return dflt;
+    char* end = nullptr;
+    const double d = std::strtod(v.c_str(), &end);
+    return end && end != v.c_str() ? d : dflt;
+}
+
+/// The map from the block of `insert` into the space that holds the reference: scale, then
+/// rotate about Z, then move the block's base point to the insertion point.
+Affine insertTransform(const KdDbBlockReference* insert) {
+    double base[3] = {0, 0, 0};
+    KdDbObjectPointer<KdDbBlockTableRecord> block(insert->blockTableRecord(), KdDb::kForRead);
+    if (block && !block->blockBeginId().isNull()) {
+        KdDbObjectPointer<> begin(block->blockBeginId(), KdDb::kForRead);
+        if (begin) {
+            base[0] = tagReal(begin.get(), 10, 0);
+            base[1] = tagReal(begin.get(), 20, 0);
+            base[2] = tagReal(begin.get(), 30, 0);
+        }
+    }
+    const double s[3] = {tagReal(insert, 41, 1), tagReal(insert, 42, 1), tagReal(insert, 43, 1)};
+    const double a = tagReal(insert, 50, 0) * std::acos(-1.0) / 180.0;
+    const double c = std::cos(a);
+    const double sn = std::sin(a);
+    Affine r;
+    const double rot[3][3] = {{c, -sn, 0}, {sn, c, 0}, {0, 0, 1}};
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            r.m[i][j] = rot[i][j] * s[j];
+    const double ins[3] = {tagReal(insert, 10, 0), tagReal(insert, 20, 0), tagReal(insert, 30, 0)};
+    for (int i = 0; i < 3; ++i)
+        r.t[i] = ins[i] - (r.m[i][0] * base[0] + r.m[i][1] * base[1] + r.m[i][2] * base[2]);
+    return r;
+}
+
+KdDbObjectId liveEntity(KdDbDatabase* db, uint64_t handle) {
+    KdDbObjectId id = db->objectIdOf(handle);
+    if (!id.isValid() || id.isErased())
+        return {};
+    KdDbObjectPointer<KdDbEntity> ent(id, KdDb::kForRead);
+    return ent ? id : KdDbObjectId();
+}
+
+/// Resolves a pick: the object and, when it lies in a block, the references that hold it. False
+/// when the pick names nothing or the references do not lead to it.
+bool resolvePick(KdDbDatabase* db, const KdEdInputEvent& ev, KdDbObjectId& entity,
+                 std::vector<KdDbObjectId>& chain, Affine& xf) {
+    if (!db || ev.miss || ev.handle == 0)
+        return false;
+    entity = liveEntity(db, ev.handle);
+    if (entity.isNull())
+        return false;
+    chain.clear();
+    xf = Affine();
+    KdDbObjectId expectedOwner; // the block that must own the next object of the chain
+    for (uint64_t h : ev.via) {
+        KdDbObjectId ref = liveEntity(db, h);
+        KdDbObjectPointer<KdDbBlockReference> insert(ref, KdDb::kForRead);
+        if (!insert || (!expectedOwner.isNull() && insert->ownerId() != expectedOwner))
+            return false;
+        expectedOwner = insert->blockTableRecord();
+        if (expectedOwner.isNull())
+            return false;
+        xf = insertTransform(insert.get()).then(xf);
+        chain.push_back(ref);
+    }
+    if (!expectedOwner.isNull()) {
+        KdDbObjectPointer<KdDbEntity> ent(entity, KdDb::kForRead);
+        if (!ent || ent->ownerId() != expectedOwner)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int kdedNEntSelP(const wchar_t* prompt, kd_name entity, double point[3], int pickFlag,
+                 double xform[4][3], resbuf** containers) {
+    (void)pickFlag;
+    PromptSetup setup = takeSetup();
+    if (containers)
+        *containers = nullptr;
+    for (;;) {
+        kded::print(prompt ? prompt : L"\nSelect object: ");
+        KdEdInputEvent ev = kded::nextEvent();
+        switch (ev.kind) {
+        case KdEdInputEvent::kEnd:
+        case KdEdInputEvent::kCancel:
+            kded::print(L"*Cancel*\n");
+            return RTCAN;
+        case KdEdInputEvent::kEnter:
+            kded::print(L"\n");
+            setErrno(52);
+            return RTERROR;
+        case KdEdInputEvent::kText: {
+            kded::print(ev.text + L"\n");
+            if (const kded::Keyword* k = kded::matchKeyword(setup.keywords, ev.text)) {
+                setLastInput(k->global);
+                return RTKWORD;
+            }
+            if (setup.flags & RSG_OTHER) {
+                setLastInput(ev.text);
+                return RTKWORD;
+            }
+            kded::print(L"Invalid point.\n");
+            continue;
+        }
+        case KdEdInputEvent::kPick:
+            break;
+        }
+        kded::print(L"\n");
+        KdDbObjectId id;
+        std::vector<KdDbObjectId> chain;
+        Affine xf;
+        if (!resolvePick(kdedCurrentDatabase(), ev, id, chain, xf)) {
+            setErrno(7);
+            return RTERROR;
+        }
+        if (entity && kddbGetQdsName(entity, id) != RTNORM)
+            return RTERROR;
+        if (point) {
+            double local[3] = {0, 0, 0};
+            if (ev.hasPoint) {
+                for (int i = 0; i < 3; ++i)
+                    point[i] = ev.point[i];
+            } else {
+                KdDbObjectPointer<> ent(id, KdDb::kForRead);
+                if (ent) {
+                    local[0] = tagReal(ent.get(), 10, 0);
+                    local[1] = tagReal(ent.get(), 20, 0);
+                    local[2] = tagReal(ent.get(), 30, 0);
+                }
+                xf.apply(local, point);
+            }
+        }
+        if (xform) {
+            for (int i = 0; i < 3; ++i) {
+                for (int j = 0; j < 3; ++j)
+                    xform[i][j] = xf.m[j][i];
+                xform[3][i] = xf.t[i];
+            }
+        }
+        if (containers) {
+            resbuf* head = nullptr;
+            // Innermost first.
+            for (const KdDbObjectId& ref : chain) {
+                resbuf* rb = kdutNewRb(-1);
+                if (!rb) {
+                    kdutRelRb(head);
+                    return RTERROR;
+                }
+                kddbGetQdsName(rb->resval.rlname, ref);
+                rb->rbnext = head;
+                head = rb;
+            }
+            *containers = head;
+        }
+        setErrno(0);
+        return RTNORM;
+    }
+}
+
+int kdedRetVoid() {
+    return RTNORM;
+}
+
+int kdedRedraw(const kd_name entity, int mode) {
+    (void)entity;
+    (void)mode;
+    ++session().redraws;
+    return RTNORM;
+}
+
+int kdedRedrawCount() {
+    return session().redraws;
+}
+
+KdDbObjectId kdedGetCurViewportObjectId() {
+    KdDbDatabase* db = kdedCurrentDatabase();
+    if (!db || db->tilemode())
+        return {};
+    const int cvport = kded::drawingState(db)->cvport;
+    if (cvport == 1)
+        return {};
+    KdDbObjectPointer<KdDbBlockTableRecord> paper(db->paperSpaceId(), KdDb::kForRead);
+    if (!paper)
+        return {};
+    for (const KdDbObjectId& id : paper->entityIds()) {
+        if (id.isErased())
+            continue;
+        KdDbObjectPointer<KdDbViewport> vp(id, KdDb::kForRead);
+        if (vp && vp->number() == cvport)
+            return id;
+    }
+    return {};
+}
+
+// -- Layer display and flags --
+
+void applyCurDwgLayerTableChanges() {
+    ++session().layerTableChanges;
+}
+
+void tvSetLayerTableChanges() {
+    ++session().layerTableChanges;
+}
+
+int kdedLayerTableChangeCount() {
+    return session().layerTableChanges;
+}
+
+bool kdedGetInvertLayerFilterFlag() {
+    kded::DrawingState* st = kded::drawingState(kdedCurrentDatabase());
+    return st && st->invertFilter;
+}
+
+void kdedSetInvertLayerFilterFlag(bool invert) {
+    if (kded::DrawingState* st = kded::drawingState(kdedCurrentDatabase()))
+        st->invertFilter = invert;
+}
+
+bool kdedGetUseCurrentFilterFlag() {
+    kded::DrawingState* st = kded::drawingState(kdedCurrentDatabase());
+    return st && st->useCurrentFilter;
+}
+
+void kdedSetUseCurrentFilterFlag(bool use) {
+    if (kded::DrawingState* st = kded::drawingState(kdedCurrentDatabase()))
+        st->useCurrentFilter = use;
+}
+
+// -- Undo --
+
+void KdEdUndoController::putUndoMark() {
+    if (m_db)
+        m_db->undoJournal().putUndoMark();
+}
+
+bool KdEdUndoController::undoInCommand(int count, int flag) {
+    (void)flag;
+    if (!m_db || !m_db->undoJournal().hasUndoMark())
+        return false;
+    const int marks = count < 1 ? 1 : count;
+    bool any = false;
+    for (int i = 0; i < marks && m_db->undoJournal().hasUndoMark(); ++i)
+        any = m_db->undoJournal().undoToLastMark() || any;
+    return any;
+}
+
+bool KdEdUndoController::hasUndoMark() const {
+    return m_db && m_db->undoJournal().hasUndoMark();
+}
+
+KdEdUndoController* curDocUndoController() {
+    kded::DrawingState* st = kded::drawingState(kdedCurrentDatabase());
+    return st ? &st->undo : nullptr;
+}
