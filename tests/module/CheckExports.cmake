@@ -1,0 +1,18 @@
+# Fails unless the module's dynamic symbol table defines exactly the expected names.
+execute_process(COMMAND nm -D --defined-only ${MODULE} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "nm failed on ${MODULE}")
+endif()
+string(REGEX MATCHALL "[^\n]+" lines "${out}")
+set(found "")
+foreach(line IN LISTS lines)
+    string(REGEX REPLACE "^.* " "" name "${line}")
+    list(APPEND found ${name})
+endforeach()
+list(SORT found)
+set(expected kdrxEntryPoint kdrxGetApiVersion LayerDialog LayerStateSaveCmd LayIso LayUniso
+    LayUnisoNew)
+list(SORT expected)
+if(NOT found STREQUAL expected)
+    message(FATAL_ERROR "exports of ${MODULE}:\n  found    ${found}\n  expected ${expected}")
+endif()
