@@ -83,12 +83,6 @@ std::string upperAscii(std::wstring_view s) {
     return out;
 }
 
-wchar_t* dupString(const std::wstring& s) {
-    auto* p = new wchar_t[s.size() + 1];
-    std::memcpy(p, s.c_str(), (s.size() + 1) * sizeof(wchar_t));
-    return p;
-}
-
 KdDbDatabase* databaseOfName(const kd_name name) {
     return name ? reinterpret_cast<KdDbDatabase*>(name[1]) : nullptr;
 }
@@ -122,7 +116,7 @@ resbuf* entList(KdDbObject* obj, bool withXData, const resbuf* apps) {
         kdutRelRb(head);
         return nullptr;
     }
-    tail->resval.rstring = dupString(tvFromUtf8(obj->dxfName()));
+    tail->resval.rstring = tvdb::newResbufString(tvFromUtf8(obj->dxfName()));
     auto tags = obj->tags();
     size_t xs = static_cast<size_t>(obj->xdataStart());
     tail->rbnext = tvdb::tagsToResbuf(db, tags.subspan(0, xs));
@@ -131,7 +125,7 @@ resbuf* entList(KdDbObject* obj, bool withXData, const resbuf* apps) {
         for (resbuf* rb = tail->rbnext; rb; rb = rb->rbnext) {
             if (rb->restype == 8) {
                 delete[] rb->resval.rstring;
-                rb->resval.rstring = dupString(ent->layer().str());
+                rb->resval.rstring = tvdb::newResbufString(ent->layer().str());
                 break;
             }
         }

@@ -40,6 +40,12 @@ std::string formatHandle(uint64_t h) {
     return s;
 }
 
+wchar_t* newResbufString(const std::wstring& s) {
+    auto* p = new wchar_t[s.size() + 1];
+    std::memcpy(p, s.c_str(), (s.size() + 1) * sizeof(wchar_t));
+    return p;
+}
+
 KdDbStub* stubOfName(KdDbDatabase* db, const int64_t name[2]) {
     if (!db || name[1] != reinterpret_cast<int64_t>(db) || name[0] == 0)
         return nullptr;
@@ -49,12 +55,6 @@ KdDbStub* stubOfName(KdDbDatabase* db, const int64_t name[2]) {
 }
 
 namespace {
-
-wchar_t* dupString(const std::wstring& s) {
-    auto* p = new wchar_t[s.size() + 1];
-    std::memcpy(p, s.c_str(), (s.size() + 1) * sizeof(wchar_t));
-    return p;
-}
 
 double toReal(std::string_view v) {
     double d = 0;
@@ -78,7 +78,7 @@ resbuf* tagToResbuf(KdDbDatabase* db, std::span<const KdDbTag> tags, size_t& i) 
         return nullptr;
     switch (kdutValueKind(code)) {
     case KdRbValueKind::kString:
-        rb->resval.rstring = dupString(db->decode(t.value()));
+        rb->resval.rstring = newResbufString(db->decode(t.value()));
         break;
     case KdRbValueKind::kReal:
         rb->resval.rreal = toReal(t.value());

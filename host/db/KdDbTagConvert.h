@@ -36,6 +36,8 @@ bool oneResbufToTags(KdDbDatabase* db, const resbuf* rb, std::vector<KdDbTag>& o
 std::string formatReal(double v);
 /// Hexadecimal handle text ("1F"), "0" for null.
 std::string formatHandle(uint64_t h);
+/// A copy of `s` in the memory result buffers own (released by kdutRelRb).
+wchar_t* newResbufString(const std::wstring& s);
 /// The stub of an entity name, or null when it is not a name of `db`.
 KdDbStub* stubOfName(KdDbDatabase* db, const int64_t name[2]);
 

@@ -3,6 +3,7 @@
 
 #include <tv/KdDbTag.h>
 
+#include <charconv>
 #include <cstdint>
 
 #include <string>
@@ -62,6 +63,24 @@ inline bool parseHandle(std::string_view v, uint64_t& out) {
     out = value;
     return true;
 }
+/// Appends one tag as DXF text: the group code right-aligned in three columns, the value, each
+/// on its own line. The writer and the R12 upgrade share it.
+inline void appendTag(std::string& out, int code, std::string_view value) {
+    char buf[16];
+    char* p = buf;
+    if (code >= 0 && code < 10) {
+        *p++ = ' ';
+        *p++ = ' ';
+    } else if (code >= 0 && code < 100) {
+        *p++ = ' ';
+    }
+    p = std::to_chars(p, buf + sizeof buf, code).ptr;
+    *p++ = '\n';
+    out.append(buf, static_cast<size_t>(p - buf));
+    out.append(value);
+    out.push_back('\n');
+}
+
 /// Case-insensitive comparison of ASCII text.
 bool equalsNoCase(std::string_view a, std::string_view b);
 

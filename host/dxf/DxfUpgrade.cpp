@@ -90,17 +90,7 @@ public:
 private:
     static constexpr std::string_view kSeedMark = "@HANDSEED@";
 
-    void tag(int code, std::string_view value) {
-        char buf[16];
-        auto r = std::to_chars(buf, buf + sizeof buf, code);
-        size_t n = static_cast<size_t>(r.ptr - buf);
-        if (n < 3)
-            m_out.append(3 - n, ' ');
-        m_out.append(buf, n);
-        m_out.push_back('\n');
-        m_out.append(value);
-        m_out.push_back('\n');
-    }
+    void tag(int code, std::string_view value) { appendTag(m_out, code, value); }
     std::string newHandle() { return tvdb::formatHandle(m_seed++); }
 
     // Handle of a record: its own when it has one, a new one otherwise.

@@ -38,19 +38,7 @@ public:
     }
 
     void tag(int code, std::string_view value) {
-        char buf[16];
-        char* p = buf;
-        if (code >= 0 && code < 10) {
-            *p++ = ' ';
-            *p++ = ' ';
-        } else if (code >= 0 && code < 100) {
-            *p++ = ' ';
-        }
-        p = std::to_chars(p, buf + sizeof buf, code).ptr;
-        *p++ = '\n';
-        m_out.append(buf, static_cast<size_t>(p - buf));
-        m_out.append(value);
-        m_out.push_back('\n');
+        appendTag(m_out, code, value);
         flushIfFull();
     }
     void tags(std::span<const KdDbTag> list) {
