@@ -310,6 +310,14 @@ const std::string& KdDbDatabase::fileName() const {
     return m_impl->fileName;
 }
 
+bool KdDbDatabase::isModified() const {
+    return m_impl->modified;
+}
+
+void KdDbDatabase::setModified(bool modified) {
+    m_impl->modified = modified;
+}
+
 Kdad::ErrorStatus KdDbDatabase::writeDxf(std::string& out, KdDb::DwgVersion ver,
                                          std::string* error) {
     if (ver == KdDb::kDHL_Unknown)
@@ -404,6 +412,7 @@ Kdad::ErrorStatus KdDbDatabase::saveAs(const char* path, std::string* error, KdD
         return fail("cannot rename the temporary file over it");
     }
     m_impl->fileName = target;
+    m_impl->modified = false;
     return Kdad::eOk;
 }
 
@@ -488,6 +497,7 @@ Kdad::ErrorStatus KdDbDatabase::setClayer(KdDbObjectId layerId) {
         return Kdad::eInvalidInput;
     if (m_impl->journal->isRecording())
         m_impl->journal->recordHeader();
+    m_impl->modified = true;
     m_impl->clayer = layerId;
     return setHeaderVar("$CLAYER", 8, layer->name().kwszPtr());
 }
@@ -527,6 +537,7 @@ Kdad::ErrorStatus KdDbDatabase::setHeaderVar(const char* name, int code, const w
         return Kdad::eInvalidInput;
     if (m_impl->journal->isRecording())
         m_impl->journal->recordHeader();
+    m_impl->modified = true;
     std::string raw = encode(value);
     std::string_view stored = storeString(raw);
     KdDbTag tag{stored.data(), static_cast<uint32_t>(stored.size()), static_cast<int16_t>(code)};
@@ -639,6 +650,7 @@ KdDbObjectId KdDbDatabase::adopt(KdDbObject* obj) {
     else
         tags.insert(tags.begin(), tag);
     obj->setTags(std::move(tags));
+    m_impl->modified = true;
     if (m_impl->journal->isRecording())
         m_impl->journal->recordCreated(KdDbObjectId(stub));
     return KdDbObjectId(stub);

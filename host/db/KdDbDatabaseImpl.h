@@ -45,6 +45,7 @@ struct KdDbDatabaseImpl {
 
     KdDbDatabase* self;
     std::string fileName;
+    bool modified = false;         ///< changed since it was read or last saved
     std::string fileText;          ///< the file the tags point into
     std::vector<KdDbTag> fileTags; ///< the reader's tags; objects borrow ranges of it
     KdDbStringStore strings;

@@ -85,6 +85,7 @@ Kdad::ErrorStatus KdDbObject::assertWriteEnabled() {
 
 void KdDbObject::recordChange() {
     if (m_stub && m_stub->database) {
+        m_stub->database->setModified(true);
         KdDbUndoJournal& journal = m_stub->database->undoJournal();
         if (journal.isRecording())
             journal.recordChange(this);

@@ -35,6 +35,14 @@ int kdedCommandS(const std::vector<std::wstring>& answers) {
     return RTERROR;
 }
 
+int kdedHostCommand(const wchar_t* name) {
+    if (!name)
+        return RTERROR;
+    if (bareCommandName(name) == L"-LAYER")
+        return kded::runLayerCommandInteractive();
+    return RTERROR;
+}
+
 int kdedCommand(int code, ...) {
     std::vector<std::wstring> answers;
     bool bad = false;

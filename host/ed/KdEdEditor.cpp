@@ -44,7 +44,15 @@ void print(const std::wstring& text) {
 
 KdEdInputEvent nextEvent() {
     Session& s = session();
-    return s.input ? s.input->next() : KdEdInputEvent{};
+    KdEdInputEvent ev = s.input ? s.input->next() : KdEdInputEvent{};
+    // A terminal shows what the user types; a script's answers are shown here instead.
+    if (s.echoAnswers) {
+        if (ev.kind == KdEdInputEvent::kText)
+            print(ev.text + L"\n");
+        else if (ev.kind == KdEdInputEvent::kEnter || ev.kind == KdEdInputEvent::kPick)
+            print(L"\n");
+    }
+    return ev;
 }
 
 std::wstring upper(const std::wstring& s) {
@@ -172,6 +180,10 @@ void kdedCaptureOutput() {
     session().capture = true;
 }
 
+void kdedSetEchoAnswers(bool echo) {
+    session().echoAnswers = echo;
+}
+
 std::wstring kdedTakeCapturedOutput() {
     std::wstring out;
     out.swap(session().captured);
@@ -286,7 +298,6 @@ int kdedGetKword(const wchar_t* prompt, wchar_t* result, int len) {
             kded::print(L"*Cancel*\n");
             return RTCAN;
         case KdEdInputEvent::kEnter:
-            kded::print(L"\n");
             if (setup.flags & RSG_NONULL)
                 continue;
             return RTNONE;
@@ -296,7 +307,6 @@ int kdedGetKword(const wchar_t* prompt, wchar_t* result, int len) {
         case KdEdInputEvent::kText:
             break;
         }
-        kded::print(ev.text + L"\n");
         if (const kded::Keyword* k = kded::matchKeyword(setup.keywords, ev.text)) {
             setLastInput(k->global);
             return kded::copyOut(k->global, result, len) ? RTNORM : RTERROR;
@@ -313,6 +323,36 @@ int kdedGetInput(wchar_t* result, int len) {
     if (!session().hasLastInput)
         return RTERROR;
     return kded::copyOut(session().lastInput, result, len) ? RTNORM : RTERROR;
+}
+
+int kdedGetString(int cronly, const wchar_t* prompt, wchar_t* result, int len) {
+    (void)cronly; // an answer is always a whole line here
+    takeSetup();
+    if (!result || len <= 0)
+        return RTERROR;
+    result[0] = L'\0';
+    for (;;) {
+        if (prompt)
+            kded::print(prompt);
+        KdEdInputEvent ev = kded::nextEvent();
+        switch (ev.kind) {
+        case KdEdInputEvent::kEnd:
+        case KdEdInputEvent::kCancel:
+            kded::print(L"*Cancel*\n");
+            return RTCAN;
+        case KdEdInputEvent::kEnter:
+            return RTNORM; // empty text
+        case KdEdInputEvent::kPick:
+            kded::print(L"Requires a text answer.\n");
+            continue;
+        case KdEdInputEvent::kText:
+            if (!kded::copyOut(ev.text, result, len)) {
+                kded::print(L"The answer is too long.\n");
+                continue;
+            }
+            return RTNORM;
+        }
+    }
 }
 
 namespace {
@@ -435,11 +475,9 @@ int kdedNEntSelP(const wchar_t* prompt, kd_name entity, double point[3], int pic
             kded::print(L"*Cancel*\n");
             return RTCAN;
         case KdEdInputEvent::kEnter:
-            kded::print(L"\n");
             setErrno(52);
             return RTERROR;
         case KdEdInputEvent::kText: {
-            kded::print(ev.text + L"\n");
             if (const kded::Keyword* k = kded::matchKeyword(setup.keywords, ev.text)) {
                 setLastInput(k->global);
                 return RTKWORD;
@@ -454,7 +492,6 @@ int kdedNEntSelP(const wchar_t* prompt, kd_name entity, double point[3], int pic
         case KdEdInputEvent::kPick:
             break;
         }
-        kded::print(L"\n");
         KdDbObjectId id;
         std::vector<KdDbObjectId> chain;
         Affine xf;

@@ -52,8 +52,44 @@ std::wstring lineWeightText(int lw) {
 
 class LayerCommand {
 public:
+    /// Takes its answers from a list (as kdedCommand gives them) ...
     LayerCommand(KdDbDatabase* db, const std::vector<std::wstring>& answers)
-        : m_db(db), m_answers(answers), m_echo(kdedGetShortVar(L"CMDECHO", 1) != 0) {}
+        : m_db(db), m_echo(kdedGetShortVar(L"CMDECHO", 1) != 0) {
+        m_next = [this, &answers](std::wstring& answer) {
+            if (m_pos >= answers.size())
+                return false;
+            answer = answers[m_pos++];
+            if (m_echo)
+                print(trim(answer) + L"\n");
+            return true;
+        };
+    }
+    /// ... or from the input source, as a user types them.
+    explicit LayerCommand(KdDbDatabase* db) : m_db(db), m_echo(true) {
+        m_next = [this](std::wstring& answer) {
+            for (;;) {
+                KdEdInputEvent ev = kded::nextEvent();
+                switch (ev.kind) {
+                case KdEdInputEvent::kText:
+                    answer = ev.text;
+                    return true;
+                case KdEdInputEvent::kEnter:
+                    answer.clear();
+                    return true;
+                case KdEdInputEvent::kPick:
+                    print(L"Requires a text answer.\n");
+                    continue;
+                case KdEdInputEvent::kCancel:
+                case KdEdInputEvent::kEnd:
+                    print(L"*Cancel*\n");
+                    m_cancelled = true;
+                    return false;
+                }
+            }
+        };
+    }
+
+    bool cancelled() const { return m_cancelled; }
 
     bool run() {
         const std::vector<kded::Keyword> options = kded::parseKeywords(kMainKeywords);
@@ -79,15 +115,13 @@ private:
     bool ask(const std::wstring& prompt, std::wstring& answer) {
         if (m_echo)
             print(prompt);
-        if (m_pos >= m_answers.size()) {
+        if (m_cancelled || !m_next(answer)) {
             answer.clear();
-            if (m_echo)
+            if (m_echo && !m_cancelled)
                 print(L"\n");
             return false;
         }
-        answer = trim(m_answers[m_pos++]);
-        if (m_echo)
-            print(answer + L"\n");
+        answer = trim(answer);
         return true;
     }
 
@@ -445,10 +479,11 @@ private:
     }
 
     KdDbDatabase* m_db;
-    const std::vector<std::wstring>& m_answers;
+    std::function<bool(std::wstring&)> m_next; ///< the next answer; false when there is none
     size_t m_pos = 0;
     bool m_echo;
     bool m_refused = false;
+    bool m_cancelled = false;
 };
 
 } // namespace
@@ -460,6 +495,17 @@ bool runLayerCommand(const std::vector<std::wstring>& answers) {
     if (!db)
         return false;
     return LayerCommand(db, answers).run();
+}
+
+int runLayerCommandInteractive() {
+    KdDbDatabase* db = kdedCurrentDatabase();
+    if (!db) {
+        print(L"No drawing is open.\n");
+        return RTCAN;
+    }
+    LayerCommand command(db);
+    command.run();
+    return command.cancelled() ? RTCAN : RTNORM;
 }
 
 } // namespace kded

@@ -36,6 +36,7 @@ struct Session {
     KdEdInputSource* input = nullptr;
     FILE* out = nullptr;
     bool capture = false;
+    bool echoAnswers = true;
     std::wstring captured;
     // Keywords and flags of the next prompt, from kdedInitGet.
     int initFlags = 0;
@@ -77,5 +78,8 @@ bool copyOut(const std::wstring& text, wchar_t* result, int len);
 /// Runs the -LAYER command on the current drawing with `answers`; false when any answer was
 /// refused.
 bool runLayerCommand(const std::vector<std::wstring>& answers);
+/// Runs the -LAYER command with answers from the input source: RTNORM, or RTCAN when the
+/// user cancelled or input ran out.
+int runLayerCommandInteractive();
 
 } // namespace kded

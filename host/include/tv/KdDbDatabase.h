@@ -60,6 +60,10 @@ public:
     /// Repairs made while reading (duplicate handles, dangling owners ...), one line each.
     const std::vector<std::string>& readWarnings() const;
     const std::string& fileName() const;
+    /// Whether the drawing changed since it was read or last saved (changes later undone
+    /// included). Every change to an object, the header or the current layer sets it.
+    bool isModified() const;
+    void setModified(bool modified);
 
     // -- Tables and well-known objects --
 

@@ -44,6 +44,10 @@ TVHOST_API void kdedSetInputSource(KdEdInputSource* source);
 TVHOST_API KdEdInputSource* kdedInputSource();
 /// Output of prompts and kdutPrintf goes to `stream` (UTF-8); null stops the output.
 TVHOST_API void kdedSetOutputStream(FILE* stream);
+/// Whether answers read from the input source are written to the output after their prompt
+/// (on by default, so that a script's run reads as a transcript; off for a terminal, which
+/// shows what the user types itself).
+TVHOST_API void kdedSetEchoAnswers(bool echo);
 /// Collects the output in memory instead (until kdedSetOutputStream), for tests and logs.
 TVHOST_API void kdedCaptureOutput();
 /// The output collected since the last call, which empties it.
@@ -70,6 +74,10 @@ TVHOST_API int kdedGetKword(const wchar_t* prompt, wchar_t* result, int len);
 /// The text of the last keyword answer (its global form) or arbitrary text, after a prompt
 /// returned RTKWORD (or RTNORM from kdedGetKword). RTERROR when there is none or it is too long.
 TVHOST_API int kdedGetInput(wchar_t* result, int len);
+/// Asks for text: RTNORM with the answer in `result` (empty on Enter), RTCAN on cancel or when
+/// input runs out. Every answer is a whole line, blanks inside included, whatever `cronly`
+/// says. An answer longer than `len` - 1 characters is refused and asked again.
+TVHOST_API int kdedGetString(int cronly, const wchar_t* prompt, wchar_t* result, int len);
 /// Asks for an object pick. RTNORM: `entity` names the picked object (the innermost one when
 /// it lies in a block), `point` the pick point (the object's first point when none was given),
 /// `xform` its block-to-world transform (a point p maps to p0*xform[0] + p1*xform[1] +
@@ -98,6 +106,10 @@ TVHOST_API KdDbObjectId kdedGetCurViewportObjectId();
 /// an answer was refused (the command reports it, asks again and goes on).
 TVHOST_API int kdedCommand(int code, ...);
 TVHOST_API int kdedCommandS(const std::vector<std::wstring>& answers);
+/// Runs a Host command typed on the command line ("-LAYER", "_-LAYER"); its prompts take
+/// their answers from the input source. RTNORM when it ran to its end, RTCAN when it was
+/// cancelled or input ran out, RTERROR (nothing printed) when the Host has no such command.
+TVHOST_API int kdedHostCommand(const wchar_t* name);
 
 // -- Layer display --
 

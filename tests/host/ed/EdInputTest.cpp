@@ -343,3 +343,34 @@ TEST_F(EdNestedPickTest, EnterKeywordsAndCancelAtThePickPrompt) {
 }
 
 } // namespace
+
+TEST_F(EdInputTest, TextAnswersKeepBlanksInsideAndRefuseWhatDoesNotFit) {
+    m_script.append(L"  My drawing.dxf  \n\npick 1F\nthis is far too long\nshort\n*cancel*\n");
+    wchar_t buf[16];
+    ASSERT_EQ(kdedGetString(0, L"Name: ", buf, 16), RTNORM);
+    EXPECT_EQ(std::wstring(buf), L"My drawing.dxf");
+    ASSERT_EQ(kdedGetString(0, L"Name: ", buf, 16), RTNORM); // Enter: empty text
+    EXPECT_EQ(std::wstring(buf), L"");
+    // A pick and an answer of 20 characters are refused; the prompt asks again.
+    ASSERT_EQ(kdedGetString(1, L"Name: ", buf, 16), RTNORM);
+    EXPECT_EQ(std::wstring(buf), L"short");
+    const std::wstring out = kdedTakeCapturedOutput();
+    EXPECT_NE(out.find(L"Name: My drawing.dxf\n"), std::wstring::npos);
+    EXPECT_NE(out.find(L"Requires a text answer."), std::wstring::npos);
+    EXPECT_NE(out.find(L"The answer is too long."), std::wstring::npos);
+    EXPECT_EQ(kdedGetString(0, L"Name: ", buf, 16), RTCAN);
+    EXPECT_EQ(kdedGetString(0, L"Name: ", buf, 16), RTCAN); // nothing more to read
+    EXPECT_EQ(kdedGetString(0, L"Name: ", nullptr, 16), RTERROR);
+}
+
+TEST_F(EdInputTest, AnswersAreEchoedOnlyWhenAskedTo) {
+    m_script.append(L"first\nsecond\n");
+    wchar_t buf[16];
+    kdedTakeCapturedOutput();
+    kdedSetEchoAnswers(false);
+    kdedGetString(0, L"A: ", buf, 16);
+    EXPECT_EQ(kdedTakeCapturedOutput(), L"A: ");
+    kdedSetEchoAnswers(true);
+    kdedGetString(0, L"B: ", buf, 16);
+    EXPECT_EQ(kdedTakeCapturedOutput(), L"B: second\n");
+}
