@@ -48,8 +48,7 @@ struct HostCommand {
 
 } // namespace
 
-TvCadApp::TvCadApp(std::vector<std::string> moduleDirs)
-    : m_moduleDirs(std::move(moduleDirs)) {
+TvCadApp::TvCadApp(std::vector<std::string> moduleDirs) : m_moduleDirs(std::move(moduleDirs)) {
     newDrawing();
 }
 

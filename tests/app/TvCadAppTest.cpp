@@ -72,8 +72,7 @@ protected:
     }
 
     static KdDbObjectPointer<KdDbLayerTableRecord> layer(KdDbDatabase& db, const wchar_t* name) {
-        return KdDbObjectPointer<KdDbLayerTableRecord>(tvtest::findLayer(db, name),
-                                                       KdDb::kForRead);
+        return KdDbObjectPointer<KdDbLayerTableRecord>(tvtest::findLayer(db, name), KdDb::kForRead);
     }
 
     fs::path dir;
@@ -118,8 +117,7 @@ TEST_F(TvCad, QuitAsksAboutUnsavedChanges) {
                   L"QUIT\nNo\n"),
               0);
     EXPECT_TRUE(app->quitRequested());
-    EXPECT_NE(out.find(L"Save changes to office.dxf? [Yes/No/Cancel] <Yes>: "),
-              std::wstring::npos)
+    EXPECT_NE(out.find(L"Save changes to office.dxf? [Yes/No/Cancel] <Yes>: "), std::wstring::npos)
         << tvToUtf8(out);
     EXPECT_NE(out.find(L"Enter name list of layer(s) to turn On"), std::wstring::npos)
         << "the command after a cancelled QUIT ran";
