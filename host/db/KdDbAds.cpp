@@ -290,6 +290,9 @@ bool newObjectTags(KdDbDatabase* db, const resbuf* list, bool isEntity, bool rec
                    bool keepMarkers, std::vector<KdDbTag>& tags, std::wstring* name,
                    const resbuf*& xdata, KdDbObjectId* layer = nullptr) {
     xdata = nullptr;
+    // Handles, owner and reactor groups come first and are the database's to assign; once the
+    // data has begun, references (an xrecord's 330 entries, say) are data like any other.
+    bool inHead = true;
     for (const resbuf* rb = list; rb; rb = rb->rbnext) {
         if (rb->restype == -3) {
             xdata = rb;
@@ -297,7 +300,10 @@ bool newObjectTags(KdDbDatabase* db, const resbuf* list, bool isEntity, bool rec
         }
         if (rb->restype == 0 || (rb->restype >= 1000 && rb->restype <= 1071))
             return false;
-        if (assignedByDatabase(rb->restype) || (rb->restype == 100 && !keepMarkers))
+        if (inHead && assignedByDatabase(rb->restype))
+            continue;
+        inHead = false;
+        if (rb->restype == 100 && !keepMarkers)
             continue;
         if (kdutValueKind(rb->restype) == KdRbValueKind::kNone ||
             !valueAllowed(db, isEntity, recordOrEntity, rb, layer))
@@ -789,6 +795,7 @@ int kddbDictAdd(const kd_name dict, const wchar_t* key, const kd_name obj) {
     if (dictW->setAt(key, member->objectId()) != Kdad::eOk)
         return RTERROR;
     memberW->setOwnerId(d->objectId());
+    memberW->addPersistentReactor(d->objectId());
     return RTNORM;
 }
 

@@ -329,6 +329,44 @@ Kdad::ErrorStatus KdDbObject::setOwnerId(KdDbObjectId owner) {
     return Kdad::eOk;
 }
 
+Kdad::ErrorStatus KdDbObject::addPersistentReactor(KdDbObjectId reactor) {
+    if (reactor.isNull())
+        return Kdad::eNullObjectId;
+    const std::string raw = tvdb::formatHandle(reactor.handle().value());
+    auto t = tags();
+    int groupEnd = -1;
+    for (size_t i = 0; i < t.size(); ++i) {
+        if (t[i].code == 100 || t[i].code == 1001)
+            break;
+        if (t[i].code == 102 && tvdxf::trimmed(t[i].value()) == "{ACAD_REACTORS") {
+            size_t j = i + 1;
+            for (; j < t.size() && t[j].code != 102; ++j) {
+                uint64_t h = 0;
+                if (t[j].code == 330 && tvdxf::parseHandle(t[j].value(), h) &&
+                    h == reactor.handle().value())
+                    return Kdad::eOk;
+            }
+            groupEnd = static_cast<int>(j);
+            break;
+        }
+    }
+    recordChange();
+    std::vector<KdDbTag>& own = mutableTags();
+    if (groupEnd >= 0) {
+        own.insert(own.begin() + groupEnd, makeTag(330, raw));
+        return Kdad::eOk;
+    }
+    // A new group goes after the handle and before the owner (or any later group).
+    size_t at = 0;
+    while (at < own.size() && own[at].code != 5 && own[at].code != 105 && own[at].code != 100)
+        ++at;
+    if (at < own.size() && (own[at].code == 5 || own[at].code == 105))
+        ++at;
+    const KdDbTag group[] = {makeTag(102, "{ACAD_REACTORS"), makeTag(330, raw), makeTag(102, "}")};
+    own.insert(own.begin() + static_cast<long>(at), std::begin(group), std::end(group));
+    return Kdad::eOk;
+}
+
 KdDbObjectId KdDbObject::extensionDictionary() const {
     auto t = tags();
     for (size_t i = 0; i + 1 < t.size(); ++i) {

@@ -39,6 +39,9 @@ public:
     /// The owner named by the object's owner pointer (group 330); null when it has none.
     KdDbObjectId ownerId() const;
     Kdad::ErrorStatus setOwnerId(KdDbObjectId owner);
+    /// Adds `reactor` to the object's persistent reactors (the "{ACAD_REACTORS" group in
+    /// front of the owner), as a dictionary does for its entries. Adding one twice is a no-op.
+    Kdad::ErrorStatus addPersistentReactor(KdDbObjectId reactor);
 
     // Open state. Objects are opened with kddbOpenKdDbObject and closed with close().
     bool isReadEnabled() const { return m_openReaders > 0 || m_openWrite; }
