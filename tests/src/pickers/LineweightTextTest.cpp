@@ -1,0 +1,96 @@
+// Lineweight texts in the layer lists and in the lineweight dialog, in both units.
+#include "pickers/TvLineweightText.h"
+
+#include "TvTestResources.h"
+
+#include "tv/KdDbDatabase.h"
+#include "tv/KdEdEditor.h"
+#include "tv/KdadStatus.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+/// A current drawing whose "LWUNITS" the test sets.
+class LineweightTextDrawing : public ::testing::Test {
+protected:
+    void SetUp() override { kdedSetCurrentDatabase(&m_db); }
+    void TearDown() override { kdedDatabaseClosed(&m_db); }
+
+    void setUnits(int lwunits) { ASSERT_EQ(kdedSetShortVar(L"LWUNITS", lwunits), RTNORM); }
+
+    tvtest::ModuleResources m_res;
+    KdDbDatabase m_db;
+};
+
+} // namespace
+
+TEST(LineweightList, PositionsOfValues) {
+    EXPECT_EQ(tv::kLineweightList[0], tv::kLineweightDefault);
+    EXPECT_EQ(tv::lineweightListIndex(tv::kLineweightDefault), 0);
+    EXPECT_EQ(tv::lineweightListIndex(0), 1);
+    EXPECT_EQ(tv::lineweightListIndex(25), 8);
+    EXPECT_EQ(tv::lineweightListIndex(211), tv::kLineweightCount - 1);
+    // Values the list does not offer select the first entry.
+    EXPECT_EQ(tv::lineweightListIndex(tv::kLineweightByLayer), 0);
+    EXPECT_EQ(tv::lineweightListIndex(7), 0);
+    EXPECT_EQ(tv::lineweightListIndex(212), 0);
+    for (int i = 0; i < tv::kLineweightCount; ++i)
+        EXPECT_EQ(tv::lineweightListIndex(tv::kLineweightList[i]), i);
+}
+
+TEST_F(LineweightTextDrawing, ListTextInMillimetres) {
+    ASSERT_TRUE(m_res.loaded());
+    setUnits(1);
+    EXPECT_TRUE(tv::lineweightUnitsAreMillimetres(false));
+    EXPECT_EQ(tv::lineweightListText(0), L"0.00 mm");
+    EXPECT_EQ(tv::lineweightListText(5), L"0.05 mm");
+    EXPECT_EQ(tv::lineweightListText(15), L"0.15 mm");
+    EXPECT_EQ(tv::lineweightListText(211), L"2.11 mm");
+    EXPECT_EQ(tv::lineweightListText(1000), L"10.00 mm");
+    // The special values do not depend on the unit.
+    EXPECT_EQ(tv::lineweightListText(tv::kLineweightDefault), L"Default");
+    EXPECT_EQ(tv::lineweightListText(tv::kLineweightByBlock), L"Block");
+    EXPECT_EQ(tv::lineweightListText(tv::kLineweightByLayer), L"Layer");
+}
+
+TEST_F(LineweightTextDrawing, ListTextInInchesHasABlankBeforeTheInchMark) {
+    setUnits(0);
+    EXPECT_FALSE(tv::lineweightUnitsAreMillimetres(true));
+    EXPECT_EQ(tv::lineweightListText(211), L"0.083 \"");
+    EXPECT_EQ(tv::lineweightListText(0), L"0.000 \"");
+    EXPECT_EQ(tv::lineweightListText(5), L"0.002 \"");
+    EXPECT_EQ(tv::lineweightListText(2540), L"1.000 \"");
+    EXPECT_EQ(tv::lineweightListText(tv::kLineweightDefault), L"Default");
+    EXPECT_EQ(tv::lineweightListText(tv::kLineweightByLayer), L"Layer");
+    // Switching the unit back takes effect at once.
+    setUnits(1);
+    EXPECT_EQ(tv::lineweightListText(211), L"2.11 mm");
+}
+
+TEST(LineweightText, WithoutADrawingListsShowMillimetres) {
+    kdedSetCurrentDatabase(nullptr);
+    ASSERT_EQ(kdedCurrentDatabase(), nullptr);
+    EXPECT_TRUE(tv::lineweightUnitsAreMillimetres(true));
+    EXPECT_FALSE(tv::lineweightUnitsAreMillimetres(false)); // the caller's fallback
+    EXPECT_EQ(tv::lineweightListText(211), L"2.11 mm");
+    EXPECT_EQ(tv::lineweightListText(0), L"0.00 mm");
+    // Without the resource library the default word has its built-in text.
+    EXPECT_EQ(tv::lineweightListText(tv::kLineweightDefault), L"Default");
+}
+
+TEST(LineweightText, DialogTextShowsTheDefaultWordBelowOne) {
+    tvtest::ModuleResources res;
+    ASSERT_TRUE(res.loaded());
+    for (int value : {0, -1, -2, -3, -100}) {
+        EXPECT_EQ(tv::lineweightDialogText(value, true), L"Default") << value;
+        EXPECT_EQ(tv::lineweightDialogText(value, false), L"Default") << value;
+    }
+    EXPECT_EQ(tv::lineweightDialogText(1, true), L"0.01 mm");
+    EXPECT_EQ(tv::lineweightDialogText(211, true), L"2.11 mm");
+    EXPECT_EQ(tv::lineweightDialogText(211, false), L"0.083\"");
+    EXPECT_EQ(tv::lineweightDialogText(2540, false), L"1.000\"");
+    // The dialog's unit is its own flag, not the drawing's variable.
+    kdedSetCurrentDatabase(nullptr);
+    EXPECT_EQ(tv::lineweightDialogText(50, false), L"0.020\"");
+}
