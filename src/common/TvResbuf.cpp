@@ -1,0 +1,71 @@
+#include "common/TvResbuf.h"
+
+#include <cstdlib>
+#include <cwchar>
+
+namespace tv {
+
+bool setRbString(resbuf* rb, std::wstring_view text) {
+    if (!rb)
+        return false;
+    auto* copy = static_cast<wchar_t*>(std::malloc((text.size() + 1) * sizeof(wchar_t)));
+    if (!copy)
+        return false;
+    std::wmemcpy(copy, text.data(), text.size());
+    copy[text.size()] = L'\0';
+    std::free(rb->resval.rstring);
+    rb->resval.rstring = copy;
+    return true;
+}
+
+resbuf* newRbString(int code, std::wstring_view text) {
+    resbuf* rb = kdutNewRb(code);
+    if (rb && !setRbString(rb, text)) {
+        kdutRelRb(rb);
+        return nullptr;
+    }
+    return rb;
+}
+
+resbuf* newRbShort(int code, int value) {
+    resbuf* rb = kdutNewRb(code);
+    if (rb)
+        rb->resval.rint = static_cast<short>(value);
+    return rb;
+}
+
+resbuf* newRbLong(int code, int32_t value) {
+    resbuf* rb = kdutNewRb(code);
+    if (rb)
+        rb->resval.rlong = value;
+    return rb;
+}
+
+resbuf* newRbName(int code, const int64_t name[2]) {
+    resbuf* rb = kdutNewRb(code);
+    if (rb) {
+        rb->resval.rlname[0] = name[0];
+        rb->resval.rlname[1] = name[1];
+    }
+    return rb;
+}
+
+RbBuilder& RbBuilder::add(resbuf* rb) {
+    if (!rb) {
+        m_ok = false;
+        return *this;
+    }
+    if (!m_tail)
+        m_head.reset(rb);
+    else
+        m_tail->rbnext = rb;
+    m_tail = rb;
+    return *this;
+}
+
+KdResbufPtr RbBuilder::take() {
+    m_tail = nullptr;
+    return std::move(m_head);
+}
+
+} // namespace tv

@@ -1,0 +1,267 @@
+// Layer state files (.las): one state written as DXF-style pairs in the system code page, and
+// read back from any of the encodings a text file may have.
+#include "layerstate/CTvLayerStateManager.h"
+
+#include "common/TvCurrentDrawing.h"
+#include "common/TvResourceText.h"
+
+#include "tv/KdCStdioFile.h"
+#include "tv/KdCodePage.h"
+#include "tv/KdDbAds.h"
+#include "tv/KdUiServices.h"
+#include "tv/KdUtf8.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <cwchar>
+#include <cwctype>
+
+namespace {
+
+void appendText(std::wstring& out, int code, const std::wstring& value) {
+    wchar_t head[16];
+    std::swprintf(head, 16, L"%3d\r\n", code);
+    out += head;
+    out += value;
+    out += L"\r\n";
+}
+
+void appendInt(std::wstring& out, int code, long long value) {
+    wchar_t line[48];
+    std::swprintf(line, 48, L"%3d\r\n%lld\r\n", code, value);
+    out += line;
+}
+
+/// Writes `bytes` to `path` through a temporary file beside it, so that a failed write leaves
+/// the previous file as it was.
+bool writeFileAtomically(const std::string& path, const std::string& bytes, std::wstring& error) {
+    const std::string tmp = path + ".tmp~";
+    const int fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd < 0) {
+        error = tvFromUtf8(path + ": cannot create: " + std::strerror(errno));
+        return false;
+    }
+    size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            break;
+        }
+        done += static_cast<size_t>(n);
+    }
+    const bool written = done == bytes.size() && ::fsync(fd) == 0;
+    const int savedErrno = errno;
+    ::close(fd);
+    if (!written || ::rename(tmp.c_str(), path.c_str()) != 0) {
+        error = tvFromUtf8(path + ": cannot write: " + std::strerror(written ? errno : savedErrno));
+        ::unlink(tmp.c_str());
+        return false;
+    }
+    return true;
+}
+
+/// The standard text-to-integer rule: leading blanks, a sign, digits; anything else gives 0.
+long long textToInt(const std::wstring& s) {
+    return std::wcstoll(s.c_str(), nullptr, 10);
+}
+
+/// Lines of the text: up to each line feed, trimmed of blanks and carriage returns (and the
+/// zero byte files of this format end with).
+class LineReader {
+public:
+    explicit LineReader(const std::wstring& text) : m_text(text) {}
+    bool next(std::wstring& line) {
+        while (m_pos <= m_text.size()) {
+            if (m_pos == m_text.size())
+                return false;
+            size_t end = m_text.find(L'\n', m_pos);
+            const bool last = end == std::wstring::npos;
+            if (last)
+                end = m_text.size();
+            line = trim(m_text.substr(m_pos, end - m_pos));
+            m_pos = last ? m_text.size() : end + 1;
+            if (last && line.empty())
+                return false; // what follows the last line feed forms no line
+            return true;
+        }
+        return false;
+    }
+
+private:
+    static std::wstring trim(const std::wstring& s) {
+        auto blank = [](wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == 0; };
+        size_t b = 0;
+        size_t e = s.size();
+        while (b < e && blank(s[b]))
+            ++b;
+        while (e > b && blank(s[e - 1]))
+            --e;
+        return s.substr(b, e - b);
+    }
+    const std::wstring& m_text;
+    size_t m_pos = 0;
+};
+
+} // namespace
+
+// -- Export --
+
+bool CTvLayerStateManager::exportText(const CTvLayerState* state, std::wstring& text) const {
+    const LayerArray* layers = state ? layersOf(state) : nullptr;
+    if (!layers)
+        return false;
+    std::wstring out;
+    out.reserve(128 + layers->size() * 96);
+    wchar_t head[96];
+    std::swprintf(head, 96, L"%3d\r\nLAYERSTATEDICTIONARY\r\n%3d\r\nLAYERSTATE\r\n", 0, 0);
+    out += head;
+    appendText(out, 1, state->nameRef());
+    appendInt(out, 91, static_cast<int32_t>(state->mask()));
+    appendText(out, 301, state->description().str());
+    appendInt(out, 290, state->viewportFlag());
+    appendText(out, 302, state->currentLayerRef());
+    for (const auto& info : *layers) {
+        if (!info)
+            return false;
+        appendText(out, 8, info->layerNameRef());
+        appendInt(out, 90, info->flags());
+        appendInt(out, 62, info->color());
+        appendInt(out, 370, info->lineweight());
+        appendText(out, 6, info->linetypeRef());
+        appendText(out, 2, info->plotStyleRef());
+        if (info->trueColor() != kTvNoTrueColor) {
+            appendInt(out, 92, static_cast<int32_t>(info->trueColor()));
+            if (!info->colorBookRef().empty())
+                appendText(out, 300, info->colorBookRef());
+        }
+    }
+    text = std::move(out);
+    return true;
+}
+
+int CTvLayerStateManager::exportState(const std::wstring& path, const CTvLayerState* state) {
+    m_lastError.clear();
+    std::wstring text;
+    if (!state || !layersOf(state) || !exportText(state, text)) {
+        m_lastError = L"There is no such layer state to export.";
+        return 0;
+    }
+    std::string bytes;
+    if (!kdWideToMultiByte(text, kdSystemAnsiCodePage().c_str(), bytes)) {
+        m_lastError = L"The layer state cannot be written in the system code page.";
+        return 0;
+    }
+    bytes.push_back('\0'); // the terminating zero is part of the file
+    return writeFileAtomically(tvToUtf8(path), bytes, m_lastError) ? 1 : 0;
+}
+
+// -- Import --
+
+int CTvLayerStateManager::importLas(const std::wstring& path, std::wstring* importedName) {
+    m_lastError.clear();
+    KdCStdioFile file;
+    std::string error;
+    std::wstring text;
+    if (!file.open(tvToUtf8(path).c_str(), &error)) {
+        m_lastError = tvFromUtf8(error);
+        return 0;
+    }
+    if (!file.readAll(text)) {
+        m_lastError = path + L": cannot read the file";
+        return 0;
+    }
+    const int result = importLasText(text, importedName);
+    if (!result && m_lastError.empty())
+        m_lastError = path + L": " + tv::resourceText(3104, L"not a valid layer state file");
+    return result;
+}
+
+int CTvLayerStateManager::importLasText(const std::wstring& text, std::wstring* importedName) {
+    LineReader lines(text);
+    std::wstring line;
+    auto expect = [&](const wchar_t* word) {
+        return lines.next(line) && tvEqualsNoCase(line, word);
+    };
+    if (!expect(L"0") || !expect(L"LAYERSTATEDICTIONARY") || !expect(L"0") ||
+        !expect(L"LAYERSTATE") || !expect(L"1"))
+        return 0;
+    std::wstring name;
+    if (!lines.next(name) || name.empty())
+        return 0;
+    if (importedName)
+        *importedName = name;
+    if (hasState(name)) {
+        const std::wstring question =
+            tv::resourceFormat(3120, L"A layer state named %s already exists. Replace it?", name);
+        if (kdedMessageBox(question.c_str(), MB_YESNO, MB_ICONEXCLAMATION) != IDYES) {
+            m_lastError = L"The layer state " + name + L" was not replaced.";
+            return 0;
+        }
+    }
+    std::wstring values[4];
+    const wchar_t* const codes[4] = {L"91", L"301", L"290", L"302"};
+    for (int i = 0; i < 4; ++i) {
+        if (!expect(codes[i]) || !lines.next(values[i]))
+            return 0;
+    }
+    auto state = std::make_unique<CTvLayerState>();
+    state->setName(name);
+    state->setMask(static_cast<uint32_t>(textToInt(values[0])));
+    state->setDescription(values[1]);
+    state->setViewportFlag(static_cast<int>(textToInt(values[2])));
+    state->setCurrentLayer(values[3]);
+
+    tv::CurrentDrawingScope scope(m_db);
+    LayerArray layers;
+    CTvLayerStateInfo* info = nullptr;
+    std::wstring code;
+    std::wstring value;
+    bool warned = false;
+    while (lines.next(code)) {
+        if (!lines.next(value))
+            value.clear();
+        if (code == L"8") {
+            layers.push_back(std::make_unique<CTvLayerStateInfo>());
+            info = layers.back().get();
+            info->setLayerName(value);
+            continue;
+        }
+        if (!info)
+            continue; // nothing belongs to a layer before its first "8"
+        if (code == L"62") {
+            info->setColor(static_cast<int32_t>(textToInt(value)));
+        } else if (code == L"90") {
+            info->setFlags(static_cast<int32_t>(textToInt(value)));
+        } else if (code == L"370") {
+            info->setLineweight(static_cast<int32_t>(textToInt(value)));
+        } else if (code == L"92") {
+            info->setTrueColor(static_cast<uint32_t>(textToInt(value)));
+        } else if (code == L"300") {
+            info->setColorBook(value);
+        } else if (code == L"6") {
+            KdResbufPtr lt(m_db ? kddbTblSearch(L"LTYPE", value.c_str(), 0) : nullptr);
+            if (m_db && !lt) {
+                info->setLinetype(L"Continuous");
+                if (!warned) {
+                    kdedMessageBox(tv::resourceText(3112, L"A linetype of the layer state is "
+                                                          L"not defined in this drawing; the "
+                                                          L"layer gets Continuous.")
+                                       .c_str(),
+                                   MB_OK, MB_ICONEXCLAMATION);
+                    warned = true;
+                }
+            } else {
+                info->setLinetype(value);
+            }
+        } else if (code == L"2") {
+            info->setPlotStyle(value);
+        }
+    }
+    addState(std::move(state), std::move(layers));
+    return 1;
+}
