@@ -1,6 +1,8 @@
 // The command loop of tvcad and the Host's own commands.
 #include "TvCadApp.h"
 
+#include "commands/TvLayerStateCommand.h"
+
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdCommandStack.h"
 #include "tv/KdEdEditor.h"
@@ -61,6 +63,8 @@ TvCadApp::~TvCadApp() {
             linker->unloadModule(it->c_str());
     }
     replaceDrawing(nullptr);
+    if (kdUiServices() == &m_ui)
+        kdSetUiServices(nullptr);
 }
 
 void TvCadApp::replaceDrawing(std::unique_ptr<KdDbDatabase> db) {
@@ -168,6 +172,14 @@ bool TvCadApp::runCommand(const std::wstring& typed) {
     for (const HostCommand& c : kHostCommands) {
         if (name == c.name)
             return (this->*c.run)();
+    }
+    if (name == L"-LAYERSTATE") {
+        if (!m_db) {
+            say(L"No drawing is open.\n");
+            return false;
+        }
+        tv::layerStateCommandLine();
+        return true;
     }
     if (name == L"-LAYER") {
         if (!m_db) {
@@ -295,7 +307,7 @@ bool TvCadApp::cmdUnloadModule() {
 }
 
 bool TvCadApp::cmdHelp() {
-    say(L"Host commands: OPEN SAVE SAVEAS QUIT -LAYER LOADMODULE UNLOADMODULE HELP\n");
+    say(L"Host commands: OPEN SAVE SAVEAS QUIT -LAYER -LAYERSTATE LOADMODULE UNLOADMODULE HELP\n");
     KdEdCommandStack* stack = kdedCommandStack();
     if (!stack)
         return true;

@@ -1,6 +1,8 @@
 // tvcad, the Host application: one drawing, the command line, the loaded modules.
 #pragma once
 
+#include "TvCadUi.h"
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -62,6 +64,7 @@ private:
     std::string resolveModule(const std::string& name) const;
     std::wstring drawingName() const;
 
+    TvCadUi m_ui;
     std::vector<std::string> m_moduleDirs;
     std::unique_ptr<KdDbDatabase> m_db;
     bool m_quit = false;

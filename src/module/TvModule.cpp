@@ -1,6 +1,8 @@
 // Module initialisation and unload, service and command registration, the command handlers.
 #include "TvModule.h"
 
+#include "commands/TvLayerStateCommand.h"
+
 #include "tv/KdEdCommandStack.h"
 #include "tv/KdEdEditor.h"
 #include "tv/KdRxDictionary.h"
@@ -153,17 +155,24 @@ int hostApiVersion() {
     return ::kdrxGetApiVersion();
 }
 
-// The dialogs these commands open are not part of the module yet; each command ends quietly.
+// The layer properties dialog is not part of the module yet; the command ends quietly.
 void layerDialog() {
     guardedVoid([] {});
 }
 
+// Until their dialogs exist, the layer-state commands ask on the command line.
 void layerStateSave() {
-    guardedVoid([] { kdedRetVoid(); });
+    guardedVoid([] {
+        tv::layerStateSaveCommandLine();
+        kdedRetVoid();
+    });
 }
 
 void layerStateManager() {
-    guardedVoid([] { kdedRetVoid(); });
+    guardedVoid([] {
+        tv::layerStateCommandLine();
+        kdedRetVoid();
+    });
 }
 
 void layerFreeze() {
