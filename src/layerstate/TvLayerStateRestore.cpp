@@ -233,16 +233,16 @@ int CTvLayerStateManager::restore(CTvLayerState* state) {
     }
     kdedRedraw(nullptr, 0);
     int result = 1;
+    if (ownSnapshot && m_snapshot->writeBack() < 0)
+        result = 0;
+    computeMatch(state);
     if (ownSnapshot) {
-        if (m_snapshot->writeBack() < 0)
-            result = 0;
         m_snapshot = saved;
         tvSetLayerTableChanges();
     }
     m_lastRestored = state->nameRef();
     if (KdConfigDataManager* config = getConfigDataManager())
         config->setValue(L"LAYSTATEOPTIONS", static_cast<int16_t>(m_turnOffNotFound ? 1 : 0));
-    computeMatch(state);
     return result;
 }
 

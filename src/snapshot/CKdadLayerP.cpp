@@ -5,6 +5,7 @@
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"
+#include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbSymbolTableRecord.h"
 #include "tv/KdDbViewport.h"
 #include "tv/KdEdEditor.h"
@@ -28,69 +29,37 @@ std::wstring trimmedBlanks(const std::wstring& s) {
     return s.substr(b, s.find_last_not_of(L" \t") - b + 1);
 }
 
-/// The entry of `code`, appended at the end when the list has none.
-resbuf* ensureEntry(resbuf* list, int code) {
-    resbuf* last = nullptr;
-    for (resbuf* rb = list; rb; rb = rb->rbnext) {
-        if (rb->restype == code)
-            return rb;
-        last = rb;
-    }
-    resbuf* fresh = kdutNewRb(code);
-    if (fresh && last)
-        last->rbnext = fresh;
-    return fresh;
-}
-
 } // namespace
 
 CKdadLayerP::~CKdadLayerP() = default;
 
-bool CKdadLayerP::readEntry(resbuf* list, CKdadLayerEntry& e) const {
-    for (resbuf* rb = list; rb; rb = rb->rbnext) {
-        switch (rb->restype) {
-        case -1:
-            kddbGetObjectId(e.id, rb->resval.rlname);
-            break;
-        case 2:
-            e.name = rb->resval.rstring ? rb->resval.rstring : L"";
-            break;
-        case 6:
-            e.linetype = rb->resval.rstring ? rb->resval.rstring : L"";
-            break;
-        case 62:
-            e.color = rb->resval.rint;
-            break;
-        case 70:
-            e.flags = rb->resval.rint;
-            break;
-        case 290:
-            e.plottable = rb->resval.rint != 0;
-            break;
-        case 370:
-            e.lineweight = rb->resval.rint;
-            break;
-        case 420:
-            e.rgb = rb->resval.rlong & 0xFFFFFF;
-            break;
-        case 430:
-            e.book = rb->resval.rstring ? rb->resval.rstring : L"";
-            break;
-        default:
-            break;
-        }
-    }
+bool CKdadLayerP::readEntry(const KdDbLayerTableRecord& layer, CKdadLayerEntry& e,
+                            LinetypeNames& linetypes) const {
+    e.id = layer.objectId();
+    e.name = layer.name().str();
     if (e.id.isNull() || e.name.empty())
         return false;
-    KdDbObjectPointer<KdDbLayerTableRecord> layer(e.id, KdDb::kForRead);
-    if (layer) {
-        e.plotStyle = layer->plotStyleName().str();
-        if (e.linetype.empty()) {
-            // A record written without its linetype uses Continuous, as its id says.
-            KdDbObjectPointer<KdDbSymbolTableRecord> lt(layer->linetypeObjectId(), KdDb::kForRead);
-            e.linetype = lt ? lt->name().str() : std::wstring(L"Continuous");
-        }
+    const KdCmColor c = layer.color();
+    const int index = c.colorIndex();
+    e.color = index <= 0 || index > 255 ? 7 : index;
+    if (layer.isOff())
+        e.color = -e.color;
+    e.rgb = c.isByColor() ? static_cast<int32_t>(c.trueColor24()) : -1;
+    e.book.clear();
+    if (c.isByColor() && c.hasBookName())
+        e.book = std::wstring(c.bookName()) + L"$" + c.colorName();
+    e.flags = (layer.isFrozen() ? 1 : 0) | (layer.VPDFLT() ? 2 : 0) | (layer.isLocked() ? 4 : 0);
+    const KdDbObjectId lt = layer.linetypeObjectId();
+    auto it = linetypes.find(lt.stub());
+    if (it == linetypes.end()) {
+        KdDbObjectPointer<KdDbSymbolTableRecord> rec(lt, KdDb::kForRead);
+        it = linetypes.emplace(lt.stub(), rec ? rec->name().str() : std::wstring(L"Continuous"))
+                 .first;
     }
+    e.linetype = it->second;
+    e.lineweight = layer.lineWeight();
+    e.plottable = layer.isPlottable();
+    e.plotStyle = layer.plotStyleName().str();
     e.upper = tvUpperName(e.name);
     return true;
 }
@@ -103,15 +72,25 @@ bool CKdadLayerP::fill(KdDbDatabase* db) {
     m_currentLayer.clear();
     if (!db)
         return false;
-    tv::CurrentDrawingScope scope(db);
-    for (resbuf* rb = kddbTblNext(L"LAYER", 1); rb; rb = kddbTblNext(L"LAYER", 0)) {
+    KdDbLayerTable* table = nullptr;
+    if (db->getLayerTable(table, KdDb::kForRead) != Kdad::eOk)
+        return false;
+    // The table's records in table order, as the table walk gives them.
+    LinetypeNames linetypes;
+    const std::vector<KdDbObjectId>& ids = table->recordIds();
+    m_layers.reserve(ids.size());
+    m_byName.reserve(ids.size());
+    for (const KdDbObjectId& id : ids) {
+        if (!id.isValid() || id.isErased())
+            continue;
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(id, KdDb::kForRead);
         CKdadLayerEntry e;
-        e.list.reset(rb);
-        if (!readEntry(rb, e))
+        if (!layer || !readEntry(*layer.get(), e, linetypes))
             continue;
         m_byName.emplace(e.upper, m_layers.size());
         m_layers.push_back(std::move(e));
     }
+    table->close();
     if (m_layers.empty())
         return false;
     KdDbObjectPointer<KdDbLayerTableRecord> current(db->clayer(), KdDb::kForRead);
@@ -145,12 +124,12 @@ const CKdadLayerEntry* CKdadLayerP::find(std::wstring_view name) const {
 }
 
 CKdadLayerEntry* CKdadLayerP::addLayer(KdDbObjectId id) {
-    kd_name name;
-    if (!m_db || kddbGetQdsName(name, id) != RTNORM)
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(id, KdDb::kForRead);
+    if (!m_db || !layer || layer->database() != m_db)
         return nullptr;
+    LinetypeNames linetypes;
     CKdadLayerEntry e;
-    e.list.reset(kddbEntGet(name));
-    if (!e.list || !readEntry(e.list.get(), e))
+    if (!readEntry(*layer.get(), e, linetypes))
         return nullptr;
     if (CKdadLayerEntry* existing = find(e.name))
         return existing;
@@ -168,60 +147,68 @@ int CKdadLayerP::writeBack() {
         return -1;
     tv::CurrentDrawingScope scope(m_db);
     int written = 0;
+    LinetypeNames linetypes;
     for (CKdadLayerEntry& e : m_layers) {
         if (!e.changed)
             continue;
+        // The entity list carries only what differs from the record now.
+        CKdadLayerEntry now;
+        KdDbObjectPointer<KdDbLayerTableRecord> before(e.id, KdDb::kForRead);
+        if (!before || !readEntry(*before.get(), now, linetypes))
+            return -1;
+        const std::string_view raw70 = before->tagValue(70);
+        before.close();
         kd_name name;
         if (kddbGetQdsName(name, e.id) != RTNORM)
             return -1;
-        KdResbufPtr list(kddbEntGet(name));
-        if (!list)
-            return -1;
-        resbuf* head = list.get();
-        if (!tv::setRbString(ensureEntry(head, 2), e.name) ||
-            !tv::setRbString(ensureEntry(head, 6), e.linetype))
-            return -1;
-        resbuf* rb = ensureEntry(head, 62);
-        if (!rb)
-            return -1;
-        rb->resval.rint = static_cast<short>(e.color);
-        if (!(rb = ensureEntry(head, 70)))
-            return -1;
-        rb->resval.rint = static_cast<short>(e.flags);
-        if (!(rb = ensureEntry(head, 370)))
-            return -1;
-        rb->resval.rint = static_cast<short>(e.lineweight);
-        if (!(rb = ensureEntry(head, 290)))
-            return -1;
-        rb->resval.rint = e.plottable ? 1 : 0;
-        if (e.rgb >= 0) {
-            if (!(rb = ensureEntry(head, 420)))
-                return -1;
-            rb->resval.rlong = e.rgb;
-            if (!e.book.empty() && !tv::setRbString(ensureEntry(head, 430), e.book))
-                return -1;
+        tv::RbBuilder list;
+        list.name(-1, name);
+        if (e.name != now.name)
+            list.text(2, e.name);
+        if (e.flags != now.flags) {
+            int flags70 = 0;
+            for (char ch : raw70) {
+                if (ch >= '0' && ch <= '9')
+                    flags70 = flags70 * 10 + (ch - '0');
+            }
+            list.shortValue(70, (flags70 & ~7) | (e.flags & 7));
         }
-        if (kddbEntMod(head) != RTNORM)
+        if (e.color != now.color)
+            list.shortValue(62, e.color);
+        if (e.linetype != now.linetype)
+            list.text(6, e.linetype);
+        if (e.lineweight != now.lineweight)
+            list.shortValue(370, e.lineweight);
+        if (e.plottable != now.plottable)
+            list.shortValue(290, e.plottable ? 1 : 0);
+        if (e.rgb >= 0 && (e.rgb != now.rgb || e.book != now.book)) {
+            list.longValue(420, e.rgb);
+            if (!e.book.empty())
+                list.text(430, e.book);
+        }
+        if (!list.ok() || (list.head()->rbnext && kddbEntMod(list.head()) != RTNORM))
             return -1;
         // An entity list cannot take a group away: a true colour or a colour-book name that
         // the layer must lose goes through the record, as does the plot style by name.
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(e.id, KdDb::kForWrite);
-        if (!layer)
-            return -1;
-        KdCmColor c = layer->color();
-        if ((e.rgb < 0 && c.isByColor()) || (e.book.empty() && c.hasBookName())) {
-            KdCmColor plain;
-            if (e.rgb < 0) {
-                plain.setColorIndex(static_cast<uint16_t>(std::abs(e.color)));
-            } else {
-                plain.setRGB(static_cast<uint8_t>(e.rgb >> 16), static_cast<uint8_t>(e.rgb >> 8),
-                             static_cast<uint8_t>(e.rgb));
+        const bool dropTrue = e.rgb < 0 && now.rgb >= 0;
+        const bool dropBook = e.book.empty() && !now.book.empty();
+        if (dropTrue || dropBook || e.plotStyle != now.plotStyle) {
+            KdDbObjectPointer<KdDbLayerTableRecord> layer(e.id, KdDb::kForWrite);
+            if (!layer)
+                return -1;
+            if (dropTrue || dropBook) {
+                KdCmColor plain;
+                if (e.rgb < 0)
+                    plain.setColorIndex(static_cast<uint16_t>(std::abs(e.color)));
+                else
+                    plain.setRGB(static_cast<uint8_t>(e.rgb >> 16),
+                                 static_cast<uint8_t>(e.rgb >> 8), static_cast<uint8_t>(e.rgb));
+                layer->setColor(plain);
+                layer->setIsOff(e.color < 0);
             }
-            layer->setColor(plain);
-            layer->setIsOff(e.color < 0);
+            if (!e.plotStyle.empty() && e.plotStyle != now.plotStyle)
+                layer->setPlotStyleName(e.plotStyle.c_str());
         }
-        if (!e.plotStyle.empty() && layer->plotStyleName().str() != e.plotStyle)
-            layer->setPlotStyleName(e.plotStyle.c_str());
         e.changed = false;
         ++written;
     }

@@ -13,6 +13,7 @@
 #include <vector>
 
 class KdDbDatabase;
+class KdDbLayerTableRecord;
 
 /// One layer of the snapshot: its entity list as the table walk gave it, and the values read
 /// from it that the layer-state code works on.
@@ -39,7 +40,7 @@ public:
     CKdadLayerP(const CKdadLayerP&) = delete;
     CKdadLayerP& operator=(const CKdadLayerP&) = delete;
 
-    /// Reads every layer of `db` through the table walk, the current layer's name, and the
+    /// Reads every layer of `db` in table order, the current layer's name, and the
     /// names of the layers frozen in the current viewport (upper-cased). False when the
     /// drawing has no layer table.
     bool fill(KdDbDatabase* db);
@@ -69,7 +70,9 @@ public:
     int writeBack();
 
 private:
-    bool readEntry(resbuf* list, CKdadLayerEntry& entry) const;
+    using LinetypeNames = std::unordered_map<const void*, std::wstring>;
+    bool readEntry(const KdDbLayerTableRecord& layer, CKdadLayerEntry& entry,
+                   LinetypeNames& linetypes) const;
 
     KdDbDatabase* m_db = nullptr;
     std::vector<CKdadLayerEntry> m_layers;
