@@ -1,19 +1,20 @@
 #include "common/TvResbuf.h"
 
-#include <cstdlib>
 #include <cwchar>
+#include <new>
 
 namespace tv {
 
 bool setRbString(resbuf* rb, std::wstring_view text) {
     if (!rb)
         return false;
-    auto* copy = static_cast<wchar_t*>(std::malloc((text.size() + 1) * sizeof(wchar_t)));
+    // Lists are released by kdutRelRb, which frees their texts with delete[].
+    auto* copy = new (std::nothrow) wchar_t[text.size() + 1];
     if (!copy)
         return false;
     std::wmemcpy(copy, text.data(), text.size());
     copy[text.size()] = L'\0';
-    std::free(rb->resval.rstring);
+    delete[] rb->resval.rstring;
     rb->resval.rstring = copy;
     return true;
 }

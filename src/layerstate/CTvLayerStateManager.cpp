@@ -72,9 +72,9 @@ CTvLayerState* CTvLayerStateManager::addState(std::unique_ptr<CTvLayerState> sta
         for (auto& held : m_states) {
             if (held.get() == existing) {
                 m_layers.erase(existing);
+                m_stored.erase(existing);
                 held = std::move(state);
                 CTvLayerState* raw = held.get();
-                markCurrent(raw, layers);
                 m_layers[raw] = std::move(layers);
                 computeMatch(raw);
                 return raw;
@@ -83,7 +83,6 @@ CTvLayerState* CTvLayerStateManager::addState(std::unique_ptr<CTvLayerState> sta
     }
     CTvLayerState* raw = state.get();
     raw->setListIndex(static_cast<int>(m_states.size()));
-    markCurrent(raw, layers);
     m_layers.emplace(raw, std::move(layers));
     m_states.push_back(std::move(state));
     computeMatch(raw);
@@ -92,6 +91,7 @@ CTvLayerState* CTvLayerStateManager::addState(std::unique_ptr<CTvLayerState> sta
 
 void CTvLayerStateManager::clear() {
     m_layers.clear();
+    m_stored.clear();
     m_states.clear();
     m_loaded = false;
 }
@@ -101,6 +101,7 @@ bool CTvLayerStateManager::deleteState(std::wstring_view name) {
     if (!state)
         return false;
     m_layers.erase(state);
+    m_stored.erase(state);
     int index = 0;
     for (auto it = m_states.begin(); it != m_states.end();) {
         if (it->get() == state) {
@@ -180,6 +181,7 @@ bool CTvLayerStateManager::captureInto(CTvLayerState* state, uint32_t mask) {
     state->setMask(mask);
     state->setCurrentLayer(current);
     *layers = std::move(captured);
+    m_stored.erase(state);
     markCurrent(state, *layers);
     computeMatch(state);
     return true;

@@ -6,6 +6,8 @@
 #include "layerstate/CTvLayerState.h"
 #include "layerstate/CTvLayerStateInfo.h"
 
+#include "tv/KdResbuf.h"
+
 #include <map>
 #include <memory>
 #include <string>
@@ -62,8 +64,9 @@ public:
     LayerArray* layersOf(const CTvLayerState* state);
     /// `base`, or "base(1)", "base(2)" ... whichever is not a state name yet.
     std::wstring uniqueName(const std::wstring& base) const;
-    /// Takes a state and its layers; the match flag is computed. A state already held under
-    /// that name (case ignored) is replaced in place, keeping its place in the list.
+    /// Takes a state and its layers as they are (their current marks included); the match
+    /// flag is computed. A state already held under that name (case ignored) is replaced in
+    /// place, keeping its place in the list.
     CTvLayerState* addState(std::unique_ptr<CTvLayerState> state, LayerArray layers);
     /// Drops every state held (nothing is written).
     void clear();
@@ -142,6 +145,8 @@ private:
 
     std::vector<std::unique_ptr<CTvLayerState>> m_states;
     std::map<const CTvLayerState*, LayerArray> m_layers;
+    /// States of other programs kept as stored (their data from group 91 on).
+    std::map<const CTvLayerState*, KdResbufPtr> m_stored;
     std::vector<std::wstring> m_legacyLayers;
     std::vector<std::unique_ptr<CTvLayerState>> m_legacyPending; // converted, not yet named
     std::wstring m_lastRestored;

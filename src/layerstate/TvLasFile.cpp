@@ -4,6 +4,7 @@
 
 #include "common/TvCurrentDrawing.h"
 #include "common/TvResourceText.h"
+#include "common/TvSymbolName.h"
 
 #include "tv/KdCStdioFile.h"
 #include "tv/KdCodePage.h"
@@ -63,6 +64,27 @@ bool writeFileAtomically(const std::string& path, const std::string& bytes, std:
         return false;
     }
     return true;
+}
+
+/// The text with the Host's \U+XXXX escapes (written for characters the code page lacks)
+/// turned back into their characters.
+std::wstring decodeEscapes(const std::wstring& s) {
+    if (s.find(L'\\') == std::wstring::npos)
+        return s;
+    std::wstring out;
+    out.reserve(s.size());
+    for (size_t i = 0; i < s.size(); ++i) {
+        if (s[i] == L'\\' && i + 6 < s.size() && (s[i + 1] == L'U' || s[i + 1] == L'u') &&
+            s[i + 2] == L'+' && std::iswxdigit(s[i + 3]) && std::iswxdigit(s[i + 4]) &&
+            std::iswxdigit(s[i + 5]) && std::iswxdigit(s[i + 6])) {
+            out.push_back(
+                static_cast<wchar_t>(std::wcstoul(s.substr(i + 3, 4).c_str(), nullptr, 16)));
+            i += 6;
+            continue;
+        }
+        out.push_back(s[i]);
+    }
+    return out;
 }
 
 /// The standard text-to-integer rule: leading blanks, a sign, digits; anything else gives 0.
@@ -176,8 +198,10 @@ int CTvLayerStateManager::importLas(const std::wstring& path, std::wstring* impo
         return 0;
     }
     const int result = importLasText(text, importedName);
-    if (!result && m_lastError.empty())
-        m_lastError = path + L": " + tv::resourceText(3104, L"not a valid layer state file");
+    if (!result)
+        m_lastError = path + L": " +
+                      (m_lastError.empty() ? tv::resourceText(3104, L"not a valid layer state file")
+                                           : m_lastError);
     return result;
 }
 
@@ -193,6 +217,11 @@ int CTvLayerStateManager::importLasText(const std::wstring& text, std::wstring* 
     std::wstring name;
     if (!lines.next(name) || name.empty())
         return 0;
+    name = decodeEscapes(name);
+    if (!tv::isValidSymbolName(name)) {
+        m_lastError = L"\"" + name + L"\" is not a valid layer state name.";
+        return 0;
+    }
     if (importedName)
         *importedName = name;
     if (hasState(name)) {
@@ -212,9 +241,9 @@ int CTvLayerStateManager::importLasText(const std::wstring& text, std::wstring* 
     auto state = std::make_unique<CTvLayerState>();
     state->setName(name);
     state->setMask(static_cast<uint32_t>(textToInt(values[0])));
-    state->setDescription(values[1]);
+    state->setDescription(decodeEscapes(values[1]));
     state->setViewportFlag(static_cast<int>(textToInt(values[2])));
-    state->setCurrentLayer(values[3]);
+    state->setCurrentLayer(decodeEscapes(values[3]));
 
     tv::CurrentDrawingScope scope(m_db);
     LayerArray layers;
@@ -225,10 +254,12 @@ int CTvLayerStateManager::importLasText(const std::wstring& text, std::wstring* 
     while (lines.next(code)) {
         if (!lines.next(value))
             value.clear();
+        value = decodeEscapes(value);
         if (code == L"8") {
             layers.push_back(std::make_unique<CTvLayerStateInfo>());
             info = layers.back().get();
             info->setLayerName(value);
+            info->setIsCurrent(tvEqualsNoCase(value, state->currentLayerRef()) ? 1 : 0);
             continue;
         }
         if (!info)

@@ -141,7 +141,9 @@ void CTvLayerStateManager::applyLayer(const CTvLayerStateInfo& info, uint32_t ma
     }
     const int lineweight = lineweightBox ? info.lineweight() : e->lineweight;
     std::wstring plotStyle = e->plotStyle;
-    if (plotStyleBox && !info.plotStyleRef().empty())
+    // With colour-dependent plot styles a layer's plot style follows its colour; only drawings
+    // with named plot styles take the state's name.
+    if (plotStyleBox && !info.plotStyleRef().empty() && !m_db->plotStyleMode())
         plotStyle = info.plotStyleRef();
 
     const int color = off ? -newIndex : newIndex;

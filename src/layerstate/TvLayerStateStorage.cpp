@@ -179,8 +179,17 @@ int CTvLayerStateManager::loadFrom(KdDbDatabase* db, bool convertLegacy) {
         LayerArray layers;
         CTvLayerStateInfo* info = nullptr;
         bool skipping = false;
+        bool references = false;
         for (resbuf* rb = head; rb; rb = rb->rbnext) {
             const int code = rb->restype;
+            if (code == 330 && rb->rbnext && rb->rbnext->restype == 90) {
+                // A layer reference left as it is (the layer is gone, or the stored form
+                // keeps references): its fields belong to no layer of the state.
+                references = true;
+                skipping = true;
+                info = nullptr;
+                continue;
+            }
             if (code == 8) {
                 const std::wstring name = textOf(rb);
                 skipping = name.empty();
@@ -242,6 +251,16 @@ int CTvLayerStateManager::loadFrom(KdDbDatabase* db, bool convertLegacy) {
             }
         }
         CTvLayerState* raw = state.get();
+        if (references && storedMask >= kTvMaskStorageForm) {
+            // Other programs store their states this way. They are not read into layers here,
+            // so they are kept as stored and written back as they were, unless replaced.
+            for (resbuf* rb = head; rb; rb = rb->rbnext) {
+                if (rb->restype == 91) {
+                    m_stored[raw].reset(kdutDuplicateList(rb));
+                    break;
+                }
+            }
+        }
         markCurrent(raw, layers);
         raw->setListIndex(static_cast<int>(m_states.size()));
         m_layers.emplace(raw, std::move(layers));
@@ -415,14 +434,31 @@ int CTvLayerStateManager::writeState(const CTvLayerState& state, const LayerArra
     // are left out; a linetype the drawing lacks becomes Continuous, or stays a name when the
     // drawing has no Continuous either.
     std::unordered_map<std::wstring, std::array<int64_t, 2>> linetypes;
+    // A mask with the storage-form marker makes the loader take entries as they are, so such
+    // a state keeps its layers and linetypes by name.
+    const bool byName = state.mask() >= kTvMaskStorageForm;
     for (const auto& info : layers) {
         if (!info)
             continue;
-        kd_name layer;
-        if (!recordOf(L"LAYER", info->layerNameRef(), layer))
+        if (byName) {
+            list.text(8, info->layerNameRef()).longValue(90, info->flags());
+            list.shortValue(62, info->color()).shortValue(370, info->lineweight());
+            list.text(6, info->linetypeRef()).text(2, info->plotStyleRef());
+        } else {
+            kd_name layer;
+            if (!recordOf(L"LAYER", info->layerNameRef(), layer))
+                continue;
+            list.name(330, layer).longValue(90, info->flags()).shortValue(62, info->color());
+            list.shortValue(370, info->lineweight());
+        }
+        const bool hasTrue = info->trueColor() != kTvNoTrueColor;
+        if (byName) {
+            if (hasTrue || !info->colorBookRef().empty())
+                list.longValue(92, static_cast<int32_t>(info->trueColor()));
+            if (hasTrue && !info->colorBookRef().empty())
+                list.text(300, info->colorBookRef());
             continue;
-        list.name(330, layer).longValue(90, info->flags()).shortValue(62, info->color());
-        list.shortValue(370, info->lineweight());
+        }
         const std::wstring key = tvUpperName(info->linetypeRef());
         auto lt = linetypes.find(key);
         if (lt == linetypes.end()) {
@@ -436,7 +472,6 @@ int CTvLayerStateManager::writeState(const CTvLayerState& state, const LayerArra
         else
             list.text(6, info->linetypeRef());
         list.text(1, info->plotStyleRef());
-        const bool hasTrue = info->trueColor() != kTvNoTrueColor;
         if (hasTrue || !info->colorBookRef().empty())
             list.longValue(92, static_cast<int32_t>(info->trueColor()));
         if (hasTrue && !info->colorBookRef().empty())
@@ -444,6 +479,15 @@ int CTvLayerStateManager::writeState(const CTvLayerState& state, const LayerArra
     }
     if (!list.ok())
         return 0;
+    auto stored = m_stored.find(&state);
+    if (stored != m_stored.end() && stored->second) {
+        // A state kept as stored: its data as read, under its present name.
+        tv::RbBuilder kept;
+        kept.text(0, L"XRECORD").add(kdutDuplicateList(stored->second.get()));
+        if (!kept.ok())
+            return 0;
+        list = std::move(kept);
+    }
     const std::wstring& key = state.nameRef();
     KdResbufPtr existing(kddbDictSearch(dict, key.c_str(), 0));
     if (existing) {

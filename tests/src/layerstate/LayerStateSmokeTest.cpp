@@ -5,6 +5,7 @@
 #include "layerstate/CTvLayerStateManager.h"
 
 #include "tv/KdDbDatabase.h"
+#include "tv/KdDbLayerStateManager.h"
 #include "tv/KdEdEditor.h"
 #include "tv/KdUtf8.h"
 
@@ -84,4 +85,37 @@ TEST(LayerStateSmoke, SaveLoadThroughADxfFile) {
     EXPECT_EQ(mgr.layersOf(s)->size(), 3u);
     kdedDatabaseClosed(&back);
     fs::remove(file);
+}
+
+// States written by other programs (references with the storage-form marker) are not read into
+// layers, but a save must write them back as they were: the Host's own reader still finds
+// every layer of the state afterwards.
+TEST(LayerStateSmoke, StatesOfOtherProgramsSurviveASave) {
+    const fs::path drawing = fs::path(TV_TESTDATA_DIR) / "showcase_r2018.dxf";
+    if (!fs::exists(drawing))
+        GTEST_SKIP() << "shared testdata not found: " << drawing;
+    tvtest::ModuleResources res;
+    KdDbDatabase db(false);
+    ASSERT_EQ(db.readDxfFile(drawing.string().c_str()), Kdad::eOk);
+    kdedSetCurrentDatabase(&db);
+    KdDbLayerStateManager* host = db.getLayerStateManager();
+    const std::vector<KdString> names = host->layerStateNames();
+    ASSERT_FALSE(names.empty());
+    std::vector<KdString> before;
+    ASSERT_EQ(host->getLayerStateLayers(before, names[0].kwszPtr()), Kdad::eOk);
+    ASSERT_FALSE(before.empty());
+    {
+        CTvLayerStateManager mgr;
+        mgr.setDatabase(&db);
+        ASSERT_EQ(mgr.load(), 1);
+        ASSERT_EQ(mgr.save(), 1);
+    }
+    auto back = tvtest::reloaded(db);
+    kdedDatabaseClosed(&db);
+    std::vector<KdString> after;
+    ASSERT_EQ(back->getLayerStateManager()->getLayerStateLayers(after, names[0].kwszPtr()),
+              Kdad::eOk);
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(back->getLayerStateManager()->layerStateMask(names[0].kwszPtr()),
+              host->layerStateMask(names[0].kwszPtr()));
 }
