@@ -39,7 +39,7 @@ done
 
 echo "== build ($build, Release)"
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTV_BENCH=ON >/dev/null
-cmake --build "$build" -j2 --target gendxf tv_dxf_bench
+cmake --build "$build" -j2 --target gendxf tv_dxf_bench tv_layerstate_bench
 
 gendxf="$build/tools/gendxf"
 data="$build/bench-data"
@@ -61,6 +61,9 @@ for size in "${sizes[@]}"; do
         'BEGIN { printf "  %-50s %7.1f MB\n", name, bytes / 1e6 }'
     files+=("$path")
 done
+
+echo "== Layer states: 1,000 / 10,000 / 100,000 layers (per_layer: time per layer)"
+"$build/bench/tv_layerstate_bench"
 
 echo "== Host: load and save (Google Benchmark; bytes_per_second is MiB/s)"
 flags=(--benchmark_counters_tabular=true)
