@@ -21,3 +21,6 @@ build/app/tvcad --script "$work/demo.scr" samples/office.dxf
 echo
 echo "The changed drawing was saved as $saved; its layers as read back:"
 build/tools/tvdxf layers "$saved" | grep -E '^(name|DEMO-NEW|A-FURN-0004|P-PIPE-0008|S-FLOR-OTLN-0019) '
+echo
+echo "A-FURN-0004 and P-PIPE-0008 were frozen by the script and thawed again by restoring the"
+echo "frozen property of the layer state \"As drawn\", which the drawing now holds."
