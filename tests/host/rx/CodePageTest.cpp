@@ -1,4 +1,5 @@
 // Code-page conversion of the Host: names, the system code page, round trips, lead bytes.
+#include "host/rx/ScopedAnsiCodePage.h"
 #include "tv/KdCodePage.h"
 
 #include <gtest/gtest.h>
@@ -9,30 +10,7 @@
 
 namespace {
 
-/// Sets TV_ANSI_CODEPAGE (or removes it for null) and restores the previous value.
-class ScopedAnsiCodePage {
-public:
-    explicit ScopedAnsiCodePage(const char* value) {
-        if (const char* old = std::getenv(kName))
-            m_saved = old;
-        if (value != nullptr)
-            setenv(kName, value, 1);
-        else
-            unsetenv(kName);
-    }
-    ~ScopedAnsiCodePage() {
-        if (m_saved)
-            setenv(kName, m_saved->c_str(), 1);
-        else
-            unsetenv(kName);
-    }
-    ScopedAnsiCodePage(const ScopedAnsiCodePage&) = delete;
-    ScopedAnsiCodePage& operator=(const ScopedAnsiCodePage&) = delete;
-
-private:
-    static constexpr const char* kName = "TV_ANSI_CODEPAGE";
-    std::optional<std::string> m_saved;
-};
+using tvtest::ScopedAnsiCodePage;
 
 TEST(CodePageSystem, IsTheEnvironmentsKnownCodePageOr1252) {
     {

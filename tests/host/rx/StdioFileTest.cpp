@@ -1,4 +1,5 @@
 // KdCStdioFile: encoding marks, code pages, damaged input, line ends and files on disk.
+#include "host/rx/ScopedAnsiCodePage.h"
 #include "tv/KdCStdioFile.h"
 #include "tv/KdCodePage.h"
 
@@ -16,30 +17,7 @@
 
 namespace {
 
-/// Sets TV_ANSI_CODEPAGE (or removes it for null) and restores the previous value.
-class ScopedAnsiCodePage {
-public:
-    explicit ScopedAnsiCodePage(const char* value) {
-        if (const char* old = std::getenv(kName))
-            m_saved = old;
-        if (value != nullptr)
-            setenv(kName, value, 1);
-        else
-            unsetenv(kName);
-    }
-    ~ScopedAnsiCodePage() {
-        if (m_saved)
-            setenv(kName, m_saved->c_str(), 1);
-        else
-            unsetenv(kName);
-    }
-    ScopedAnsiCodePage(const ScopedAnsiCodePage&) = delete;
-    ScopedAnsiCodePage& operator=(const ScopedAnsiCodePage&) = delete;
-
-private:
-    static constexpr const char* kName = "TV_ANSI_CODEPAGE";
-    std::optional<std::string> m_saved;
-};
+using tvtest::ScopedAnsiCodePage;
 
 void putUnit(std::string& out, uint32_t value, int bytes, bool bigEndian) {
     for (int k = 0; k < bytes; ++k) {

@@ -153,7 +153,7 @@ std::vector<RoundTripCase> roundTripCases() {
          L"301",
          L"8",
          1,
-         {spec(L"8"), spec(L"62", 8, 62), spec(L"LAYERSTATE")}},
+         {layerRow(L"8"), layerRow(L"62", 8, 62), layerRow(L"LAYERSTATE")}},
     };
 }
 
@@ -511,8 +511,8 @@ TEST_F(LasFile, MissingLinetypesAreWarnedAboutOnceAndAllBecomeContinuous) {
 TEST_F(LasFile, TheLayerNamedLikeTheStatesCurrentLayerIsMarkedCurrent) {
     m_mgr.setCurrentLayerName(L"0");
     CTvLayerStateManager source;
-    CTvLayerState* s =
-        addState(source, L"Ghosts", {spec(L"0"), spec(L"ghost")}, kTvMaskAll, L"", L"GHOST");
+    CTvLayerState* s = addState(source, L"Ghosts", {layerRow(L"0"), layerRow(L"ghost")}, kTvMaskAll,
+                                L"", L"GHOST");
     const fs::path file = m_dir / "ghost.las";
     ASSERT_EQ(source.exportState(file.wstring(), s), 1);
     ASSERT_EQ(m_mgr.importLas(file.wstring()), 1) << tvToUtf8(m_mgr.lastError());
@@ -529,11 +529,11 @@ protected:
     void SetUp() override {
         LasFile::SetUp();
         addState(m_mgr, L"First", {LayerSpec{}});
-        m_held = addState(m_mgr, L"Plan", {spec(L"WALLS", 8, 1)}, 0x3FF, L"old");
+        m_held = addState(m_mgr, L"Plan", {layerRow(L"WALLS", 8, 1)}, 0x3FF, L"old");
         addState(m_mgr, L"Last", {LayerSpec{}});
         CTvLayerStateManager source;
-        CTvLayerState* s =
-            addState(source, L"PLAN", {spec(L"WALLS", 9, 2), spec(L"DOORS", 8, 3)}, 0x1F, L"new");
+        CTvLayerState* s = addState(
+            source, L"PLAN", {layerRow(L"WALLS", 9, 2), layerRow(L"DOORS", 8, 3)}, 0x1F, L"new");
         m_file = m_dir / "plan.las";
         ASSERT_EQ(source.exportState(m_file.wstring(), s), 1);
     }
@@ -663,8 +663,8 @@ class LasBroken : public LasFile, public ::testing::WithParamInterface<BrokenCas
 protected:
     void SetUp() override {
         LasFile::SetUp();
-        m_held = addState(m_mgr, L"Held", {spec(L"WALLS", 9, 4)}, 0x55, L"kept");
-        addState(m_reference, L"Held", {spec(L"WALLS", 9, 4)}, 0x55, L"kept");
+        m_held = addState(m_mgr, L"Held", {layerRow(L"WALLS", 9, 4)}, 0x55, L"kept");
+        addState(m_reference, L"Held", {layerRow(L"WALLS", 9, 4)}, 0x55, L"kept");
     }
     CTvLayerState* m_held = nullptr;
     CTvLayerStateManager m_reference;

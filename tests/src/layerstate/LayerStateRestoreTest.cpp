@@ -80,7 +80,7 @@ protected:
                                 m_wallsIndex, 0x00332211u, L"", L"HIDDEN", 25, L"Color_5"},
                                {L"DOORS", kTvLayerPlottable | kTvLayerNewViewportFrozen, 6,
                                 kTvNoTrueColor, L"", L"DASHED", 35, L"Color_6"},
-                               spec(L"0"),
+                               layerRow(L"0"),
                            },
                            kTvMaskAll | kTvMaskKept, L"", L"DOORS");
         ASSERT_NE(m_state, nullptr);
@@ -262,7 +262,7 @@ TEST_F(Restore, MissingLayersAreCreatedWithTheirProperties) {
 }
 
 TEST_F(Restore, ALayerDroppedFromStorageIsMadeAgainWhileTheStateIsHeld) {
-    CTvLayerState* s = addState(m_mgr, L"Gone", {spec(L"WALLS"), spec(L"GONE", 8, 30)});
+    CTvLayerState* s = addState(m_mgr, L"Gone", {layerRow(L"WALLS"), layerRow(L"GONE", 8, 30)});
     ASSERT_EQ(m_mgr.save(), 1);
     EXPECT_FALSE(findLayer(m_db, L"GONE").isValid());
     ASSERT_EQ(m_mgr.restore(s), 1);
@@ -447,9 +447,10 @@ protected:
 };
 
 TEST_F(RestoreInViewport, LayersFrozenInTheViewportAreFrozenInTheCurrentOne) {
-    CTvLayerState* s = addState(m_mgr, L"Viewport",
-                                {spec(L"Layer1"), spec(L"Layer2", 8 | kTvLayerViewportFrozen, 3)},
-                                kTvMaskAll, L"", L"0");
+    CTvLayerState* s =
+        addState(m_mgr, L"Viewport",
+                 {layerRow(L"Layer1"), layerRow(L"Layer2", 8 | kTvLayerViewportFrozen, 3)},
+                 kTvMaskAll, L"", L"0");
     m_mgr.setRestoreBoxes(kTvMaskAll & ~kTvMaskViewportFrozen);
     ASSERT_EQ(m_mgr.restore(s), 1);
     EXPECT_TRUE(frozenInViewport().empty()) << "not without its box";

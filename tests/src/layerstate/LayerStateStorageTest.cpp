@@ -112,7 +112,7 @@ TEST_F(Storage, SaveThenLoadThroughADxfFileGivesEqualStates) {
                      {L"0", 0x0, 7, kTvNoTrueColor, L"", L"Continuous", -2, L"Color_7"},
                  },
                  0x7FF, L"ground floor, everything", L"DOORS", 1);
-    CTvLayerState* bare = addState(m_mgr, L"Bare", {spec(L"0", 0x9, 250)}, 0x020, L"", L"0", 0);
+    CTvLayerState* bare = addState(m_mgr, L"Bare", {layerRow(L"0", 0x9, 250)}, 0x020, L"", L"0", 0);
     auto back = saveAndReopen();
     ASSERT_EQ(back->mgr.stateCount(), 2u);
     expectSameState(m_mgr, plan, back->mgr, back->mgr.findState(L"Plan"));
@@ -133,7 +133,7 @@ TEST_F(Storage, SaveThenLoadThroughADxfFileGivesEqualStates) {
 TEST_F(Storage, TheStoredRecordHasTheHeadThenOneBlockPerLayer) {
     addState(m_mgr, L"Layout",
              {
-                 spec(L"WALLS", 0x9, 1),
+                 layerRow(L"WALLS", 0x9, 1),
                  {L"DOORS", 0x8, 3, 0x00102030u, L"B$C", L"DASHED", 25, L"Color_3"},
              },
              0x3FF, L"d", L"WALLS");
@@ -160,9 +160,9 @@ TEST_F(Storage, TheStoredRecordHasTheHeadThenOneBlockPerLayer) {
 }
 
 TEST_F(Storage, AStateMarkedNeverToBeWrittenIsLeftOut) {
-    addState(m_mgr, L"Temporary", {spec(L"0")}, kTvMaskAll, L"", L"0", 2);
-    addState(m_mgr, L"Kept", {spec(L"0")}, kTvMaskAll, L"", L"0", 1);
-    addState(m_mgr, L"Converted", {spec(L"0")}, kTvMaskAll, L"", L"0", 0);
+    addState(m_mgr, L"Temporary", {layerRow(L"0")}, kTvMaskAll, L"", L"0", 2);
+    addState(m_mgr, L"Kept", {layerRow(L"0")}, kTvMaskAll, L"", L"0", 1);
+    addState(m_mgr, L"Converted", {layerRow(L"0")}, kTvMaskAll, L"", L"0", 0);
     ASSERT_EQ(m_mgr.save(), 1);
     std::vector<std::wstring> stored = storedStateNames(m_db);
     std::sort(stored.begin(), stored.end());
@@ -176,9 +176,9 @@ TEST_F(Storage, AStateMarkedNeverToBeWrittenIsLeftOut) {
 
 TEST_F(Storage, SavingIsAFullRewrite) {
     ASSERT_EQ(m_mgr.load(), 1);
-    addState(m_mgr, L"One", {spec(L"0")});
-    addState(m_mgr, L"Two", {spec(L"0")});
-    addState(m_mgr, L"Three", {spec(L"0")});
+    addState(m_mgr, L"One", {layerRow(L"0")});
+    addState(m_mgr, L"Two", {layerRow(L"0")});
+    addState(m_mgr, L"Three", {layerRow(L"0")});
     ASSERT_EQ(m_mgr.save(), 1);
     EXPECT_EQ(storedStateNames(m_db).size(), 3u);
 
@@ -213,7 +213,8 @@ TEST_F(Storage, RenamingRefusesBadAndTakenNames) {
 }
 
 TEST_F(Storage, ALayerThatNoLongerExistsIsDroppedFromTheStoredRecord) {
-    CTvLayerState* s = addState(m_mgr, L"Gone", {spec(L"WALLS"), spec(L"GONE"), spec(L"DOORS")});
+    CTvLayerState* s =
+        addState(m_mgr, L"Gone", {layerRow(L"WALLS"), layerRow(L"GONE"), layerRow(L"DOORS")});
     ASSERT_EQ(m_mgr.save(), 1);
     const std::vector<StoredPair> pairs = storedPairs(m_db, L"Gone");
     EXPECT_FALSE(storedLayerBlock(pairs, L"WALLS").empty());
@@ -249,7 +250,7 @@ TEST_F(Storage, TrueColourAndColourBookPairsOfTheStoredRecord) {
                  {L"WALLS", 8, 5, kTvNoTrueColor, L"ORPHAN$BOOK", L"Continuous", -3, L"Color_5"},
                  {L"DOORS", 8, 5, 0x00010203u, L"", L"Continuous", -3, L"Color_5"},
                  {L"0", 8, 5, 0x00A0B0C0u, L"DIC$DIC 7", L"Continuous", -3, L"Color_5"},
-                 spec(L"DOORS"),
+                 layerRow(L"DOORS"),
              });
     ASSERT_EQ(m_mgr.save(), 1);
     const std::vector<StoredPair> pairs = storedPairs(m_db, L"Books");
@@ -293,7 +294,7 @@ TEST_F(Storage, TrueColoursLoadOnlyUnderTheLinetypeBit) {
 }
 
 TEST_F(Storage, LoadingTwiceKeepsTheHeldStates) {
-    addState(m_mgr, L"Once", {spec(L"0")});
+    addState(m_mgr, L"Once", {layerRow(L"0")});
     ASSERT_EQ(m_mgr.save(), 1);
     CTvLayerStateManager again;
     again.setDatabase(&m_db);
@@ -438,10 +439,10 @@ TEST_F(StoredForms, PlotStyleReferencesAndNamelessLayersAreHandled) {
 TEST_F(Storage, TheStatesCurrentLayerIsMarkedOrElseTheDrawingsCurrentLayer) {
     ASSERT_EQ(m_db.setClayer(findLayer(m_db, L"WALLS")), Kdad::eOk);
     m_mgr.setCurrentLayerName(L"WALLS");
-    addState(m_mgr, L"Doors", {spec(L"0"), spec(L"WALLS"), spec(L"DOORS")}, kTvMaskAll, L"",
-             L"doors");
-    addState(m_mgr, L"Ghost", {spec(L"0"), spec(L"WALLS"), spec(L"DOORS")}, kTvMaskAll, L"",
-             L"GHOST");
+    addState(m_mgr, L"Doors", {layerRow(L"0"), layerRow(L"WALLS"), layerRow(L"DOORS")}, kTvMaskAll,
+             L"", L"doors");
+    addState(m_mgr, L"Ghost", {layerRow(L"0"), layerRow(L"WALLS"), layerRow(L"DOORS")}, kTvMaskAll,
+             L"", L"GHOST");
     ASSERT_EQ(m_mgr.save(), 1);
     CTvLayerStateManager again;
     again.setDatabase(&m_db);
@@ -457,7 +458,7 @@ TEST_F(Storage, TheStatesCurrentLayerIsMarkedOrElseTheDrawingsCurrentLayer) {
 
 TEST_F(Storage, TheFallbackCurrentLayerIsReadFromTheDrawing) {
     ASSERT_EQ(m_db.setClayer(findLayer(m_db, L"WALLS")), Kdad::eOk);
-    addState(m_mgr, L"Ghost", {spec(L"0"), spec(L"WALLS")}, kTvMaskAll, L"", L"GHOST");
+    addState(m_mgr, L"Ghost", {layerRow(L"0"), layerRow(L"WALLS")}, kTvMaskAll, L"", L"GHOST");
     ASSERT_EQ(m_mgr.save(), 1);
     CTvLayerStateManager again;
     again.setDatabase(&m_db);
@@ -472,7 +473,7 @@ TEST_F(Storage, AReferenceToAnErasedLayerDoesNotSpillIntoItsNeighbour) {
     addState(m_mgr, L"Erased",
              {{L"WALLS", 8, 1, kTvNoTrueColor, L"", L"DASHED", 50, L"Color_1"},
               {L"DOORS", 0x9, 3, kTvNoTrueColor, L"", L"HIDDEN", 25, L"Color_3"},
-              spec(L"0")});
+              layerRow(L"0")});
     ASSERT_EQ(m_mgr.save(), 1);
     {
         KdDbObjectPointer<KdDbLayerTableRecord> doors(findLayer(m_db, L"DOORS"), KdDb::kForWrite);
@@ -568,7 +569,7 @@ TEST_F(Legacy, DataWithoutABraceIsNotAState) {
 }
 
 TEST_F(Legacy, ConvertedNamesAreMadeValidAndUnique) {
-    addState(m_mgr, L"LMAN_Taken", {spec(L"0")});
+    addState(m_mgr, L"LMAN_Taken", {layerRow(L"0")});
     ASSERT_EQ(m_mgr.save(), 1);
     m_mgr.clear();
     addLayer(m_db, L"L1");
@@ -768,7 +769,7 @@ TEST_F(Storage, ACapturedColourBookColourMatchesTheDrawing) {
 
 TEST_F(Storage, ANewStateOfATakenNameOverwritesItInPlace) {
     addState(m_mgr, L"First", {});
-    addState(m_mgr, L"Plan", {spec(L"GONE")}, 0x3, L"old");
+    addState(m_mgr, L"Plan", {layerRow(L"GONE")}, 0x3, L"old");
     addState(m_mgr, L"Last", {});
     CTvLayerState* s = m_mgr.newState(L"PLAN", L"new");
     ASSERT_NE(s, nullptr);
@@ -833,7 +834,7 @@ TEST_F(RealDrawing, ImportFromADrawingThatCannotBeReadFails) {
     CurrentDrawing current(db);
     CTvLayerStateManager mgr;
     mgr.setDatabase(&db);
-    addState(mgr, L"Held", {spec(L"0")});
+    addState(mgr, L"Held", {layerRow(L"0")});
     const std::wstring missing = (m_dir / "missing.dxf").wstring();
     bool ok = true;
     EXPECT_TRUE(CTvLayerStateManager::statesOfDrawing(missing, &ok).empty());

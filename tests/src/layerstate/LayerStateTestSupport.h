@@ -231,8 +231,8 @@ struct LayerSpec {
 };
 
 /// A layer record with the defaults but for its name, flags and colour.
-inline LayerSpec spec(const std::wstring& name, int32_t flags = kTvLayerPlottable,
-                      int32_t color = 7) {
+inline LayerSpec layerRow(const std::wstring& name, int32_t flags = kTvLayerPlottable,
+                          int32_t color = 7) {
     LayerSpec s;
     s.name = name;
     s.flags = flags;
