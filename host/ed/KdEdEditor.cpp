@@ -55,6 +55,29 @@ KdEdInputEvent nextEvent() {
     return ev;
 }
 
+int readTextAnswer(const wchar_t* prompt, const wchar_t* pickMessage, std::wstring& text) {
+    for (;;) {
+        if (prompt)
+            print(prompt);
+        KdEdInputEvent ev = nextEvent();
+        switch (ev.kind) {
+        case KdEdInputEvent::kEnd:
+        case KdEdInputEvent::kCancel:
+            print(L"*Cancel*\n");
+            return RTCAN;
+        case KdEdInputEvent::kEnter:
+            text.clear();
+            return RTNORM;
+        case KdEdInputEvent::kText:
+            text = ev.text;
+            return RTNORM;
+        case KdEdInputEvent::kPick:
+            print(pickMessage);
+            continue;
+        }
+    }
+}
+
 std::wstring upper(const std::wstring& s) {
     std::wstring out = s;
     for (wchar_t& c : out)
@@ -289,31 +312,21 @@ int kdedGetKword(const wchar_t* prompt, wchar_t* result, int len) {
         return RTERROR;
     result[0] = L'\0';
     for (;;) {
-        if (prompt)
-            kded::print(prompt);
-        KdEdInputEvent ev = kded::nextEvent();
-        switch (ev.kind) {
-        case KdEdInputEvent::kEnd:
-        case KdEdInputEvent::kCancel:
-            kded::print(L"*Cancel*\n");
+        std::wstring text;
+        if (kded::readTextAnswer(prompt, L"\nInvalid option keyword.\n", text) != RTNORM)
             return RTCAN;
-        case KdEdInputEvent::kEnter:
+        if (text.empty()) {
             if (setup.flags & RSG_NONULL)
                 continue;
             return RTNONE;
-        case KdEdInputEvent::kPick:
-            kded::print(L"\nInvalid option keyword.\n");
-            continue;
-        case KdEdInputEvent::kText:
-            break;
         }
-        if (const kded::Keyword* k = kded::matchKeyword(setup.keywords, ev.text)) {
+        if (const kded::Keyword* k = kded::matchKeyword(setup.keywords, text)) {
             setLastInput(k->global);
             return kded::copyOut(k->global, result, len) ? RTNORM : RTERROR;
         }
         if (setup.flags & RSG_OTHER) {
-            setLastInput(ev.text);
-            return kded::copyOut(ev.text, result, len) ? RTNORM : RTERROR;
+            setLastInput(text);
+            return kded::copyOut(text, result, len) ? RTNORM : RTERROR;
         }
         kded::print(L"\nInvalid option keyword.\n");
     }
@@ -332,26 +345,12 @@ int kdedGetString(int cronly, const wchar_t* prompt, wchar_t* result, int len) {
         return RTERROR;
     result[0] = L'\0';
     for (;;) {
-        if (prompt)
-            kded::print(prompt);
-        KdEdInputEvent ev = kded::nextEvent();
-        switch (ev.kind) {
-        case KdEdInputEvent::kEnd:
-        case KdEdInputEvent::kCancel:
-            kded::print(L"*Cancel*\n");
+        std::wstring text;
+        if (kded::readTextAnswer(prompt, L"Requires a text answer.\n", text) != RTNORM)
             return RTCAN;
-        case KdEdInputEvent::kEnter:
-            return RTNORM; // empty text
-        case KdEdInputEvent::kPick:
-            kded::print(L"Requires a text answer.\n");
-            continue;
-        case KdEdInputEvent::kText:
-            if (!kded::copyOut(ev.text, result, len)) {
-                kded::print(L"The answer is too long.\n");
-                continue;
-            }
+        if (kded::copyOut(text, result, len))
             return RTNORM;
-        }
+        kded::print(L"The answer is too long.\n");
     }
 }
 

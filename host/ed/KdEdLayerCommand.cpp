@@ -67,25 +67,10 @@ public:
     /// ... or from the input source, as a user types them.
     explicit LayerCommand(KdDbDatabase* db) : m_db(db), m_echo(true) {
         m_next = [this](std::wstring& answer) {
-            for (;;) {
-                KdEdInputEvent ev = kded::nextEvent();
-                switch (ev.kind) {
-                case KdEdInputEvent::kText:
-                    answer = ev.text;
-                    return true;
-                case KdEdInputEvent::kEnter:
-                    answer.clear();
-                    return true;
-                case KdEdInputEvent::kPick:
-                    print(L"Requires a text answer.\n");
-                    continue;
-                case KdEdInputEvent::kCancel:
-                case KdEdInputEvent::kEnd:
-                    print(L"*Cancel*\n");
-                    m_cancelled = true;
-                    return false;
-                }
-            }
+            if (kded::readTextAnswer(nullptr, L"Requires a text answer.\n", answer) == RTNORM)
+                return true;
+            m_cancelled = true;
+            return false;
         };
     }
 

@@ -65,6 +65,11 @@ void print(const std::wstring& text);
 /// The next answer from the input source (kEnd without one).
 KdEdInputEvent nextEvent();
 
+/// Shows `prompt` (when given) and reads answers until one is typed text or Enter: RTNORM with
+/// `text` (empty for Enter), or RTCAN (after "*Cancel*") on cancel or when input runs out. A
+/// pick prints `pickMessage` and asks again.
+int readTextAnswer(const wchar_t* prompt, const wchar_t* pickMessage, std::wstring& text);
+
 /// Splits a keyword list ("Freeze Thaw _ Freeze Thaw").
 std::vector<Keyword> parseKeywords(const wchar_t* list);
 /// The keyword `typed` stands for (local forms; "_" in front: global forms), or null.

@@ -1,5 +1,6 @@
 // The registry key tree and the process-wide store that loads and saves it.
 #include "settings/KdRegistryStore.h"
+#include "tv/KdFiles.h"
 
 #include "settings/KdSettingsFile.h"
 
@@ -216,7 +217,7 @@ bool Store::keepRejectedFile() {
         warn(path + ": cannot keep the unreadable file aside; settings are not saved");
         return false;
     }
-    if (!writeFileAtomically(target, m_rejectedBytes, error)) {
+    if (!kdWriteFileAtomically(target.c_str(), m_rejectedBytes, &error, true)) {
         warn(error + "; settings are not saved");
         return false;
     }
@@ -235,7 +236,7 @@ void Store::save() {
         m_rejectedBytes.clear();
     }
     std::string error;
-    if (!writeFileAtomically(path, formatSettings(root()), error))
+    if (!kdWriteFileAtomically(path.c_str(), formatSettings(root()), &error, true))
         warn(error + "; the change is kept for this session only");
 }
 

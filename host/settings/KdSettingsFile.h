@@ -25,11 +25,6 @@ enum class FileRead { kOk, kMissing, kFailed };
 FileRead readWholeFile(const std::string& path, std::string& bytes, std::string& error,
                        size_t maxBytes);
 
-/// Writes `bytes` to a temporary file in the target's folder (created when missing), flushes
-/// it to disk and renames it over `path`, so that the file is either the old one or the new
-/// one. On failure the temporary file is removed and `error` says why.
-bool writeFileAtomically(const std::string& path, std::string_view bytes, std::string& error);
-
 /// $XDG_CONFIG_HOME/tvcad/registry.ini, or ~/.config/tvcad/registry.ini when the variable is
 /// unset or not an absolute path; empty when neither is known.
 std::string defaultSettingsFile();

@@ -18,6 +18,11 @@ enum TvLayerStateFlags : int32_t {
 /// The true colour value that means "no true colour".
 inline constexpr uint32_t kTvNoTrueColor = 0xFFFFFFFFu;
 
+/// A state's true colour (0x00BBGGRR) as a drawing holds it (0x00RRGGBB), and back.
+inline constexpr uint32_t tvSwapRedBlue(uint32_t c) {
+    return ((c & 0xFF) << 16) | (c & 0xFF00) | ((c >> 16) & 0xFF);
+}
+
 class CTvLayerStateInfo {
 public:
     /// Layer "0", on, thawed, unlocked, plottable, colour 0, no true colour, "Continuous",

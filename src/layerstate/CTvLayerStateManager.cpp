@@ -14,22 +14,6 @@
 
 #include <cstdlib>
 
-namespace {
-
-std::wstring trimmed(const std::wstring& s) {
-    const size_t b = s.find_first_not_of(L" \t");
-    if (b == std::wstring::npos)
-        return {};
-    return s.substr(b, s.find_last_not_of(L" \t") - b + 1);
-}
-
-/// 0x00BBGGRR <-> 0x00RRGGBB.
-uint32_t swapRedBlue(uint32_t c) {
-    return ((c & 0xFF) << 16) | (c & 0xFF00) | ((c >> 16) & 0xFF);
-}
-
-} // namespace
-
 CTvLayerStateManager::CTvLayerStateManager() = default;
 CTvLayerStateManager::~CTvLayerStateManager() = default;
 
@@ -116,7 +100,7 @@ bool CTvLayerStateManager::deleteState(std::wstring_view name) {
 
 bool CTvLayerStateManager::renameState(std::wstring_view oldName, const std::wstring& newName) {
     CTvLayerState* state = findState(oldName);
-    const std::wstring name = trimmed(newName);
+    const std::wstring name = tv::trimBlanks(newName);
     if (!state || name.empty() || !tv::isValidSymbolName(name))
         return false;
     CTvLayerState* other = findState(name);
@@ -159,7 +143,7 @@ bool CTvLayerStateManager::captureInto(CTvLayerState* state, uint32_t mask) {
                                ? e.plotStyle
                                : tv::defaultPlotStyleName(index));
         if (e.rgb >= 0) {
-            info->setTrueColor(swapRedBlue(static_cast<uint32_t>(e.rgb)));
+            info->setTrueColor(tvSwapRedBlue(static_cast<uint32_t>(e.rgb)));
             info->setColorBook(e.book);
         }
         int flags = 0;
@@ -189,7 +173,7 @@ bool CTvLayerStateManager::captureInto(CTvLayerState* state, uint32_t mask) {
 
 CTvLayerState* CTvLayerStateManager::newState(const std::wstring& name,
                                               const std::wstring& description) {
-    const std::wstring trimmedName = trimmed(name);
+    const std::wstring trimmedName = tv::trimBlanks(name);
     if (!m_db || trimmedName.empty())
         return nullptr;
     CTvLayerState* state = findState(trimmedName);
@@ -200,7 +184,7 @@ CTvLayerState* CTvLayerStateManager::newState(const std::wstring& name,
     } else {
         state->setName(trimmedName);
     }
-    state->setDescription(trimmed(description));
+    state->setDescription(tv::trimBlanks(description));
     state->setViewportFlag(1);
     if (!captureInto(state, kTvMaskAll))
         return nullptr;
@@ -225,7 +209,8 @@ int CTvLayerStateManager::computeMatch(CTvLayerState* state) {
         drawing = &local;
     }
     auto differ = [&]() -> bool {
-        if (!tvEqualsNoCase(trimmed(state->currentLayerRef()), trimmed(drawing->currentLayer())))
+        if (!tvEqualsNoCase(tv::trimBlanks(state->currentLayerRef()),
+                            tv::trimBlanks(drawing->currentLayer())))
             return true;
         const uint32_t mask = state->mask();
         for (const auto& info : *layers) {
@@ -241,7 +226,7 @@ int CTvLayerStateManager::computeMatch(CTvLayerState* state) {
                 std::abs(e->color) != std::abs(info->color()))
                 return true;
             const uint32_t drawingTrue =
-                e->rgb < 0 ? kTvNoTrueColor : swapRedBlue(static_cast<uint32_t>(e->rgb));
+                e->rgb < 0 ? kTvNoTrueColor : tvSwapRedBlue(static_cast<uint32_t>(e->rgb));
             if (drawingTrue != info->trueColor() || e->book != info->colorBookRef())
                 return true;
             auto expect = [&](uint32_t bit, int32_t flag) {

@@ -9,14 +9,10 @@
 #include "tv/KdCStdioFile.h"
 #include "tv/KdCodePage.h"
 #include "tv/KdDbAds.h"
+#include "tv/KdFiles.h"
 #include "tv/KdUiServices.h"
 #include "tv/KdUtf8.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <cwchar>
 #include <cwctype>
 
@@ -34,36 +30,6 @@ void appendInt(std::wstring& out, int code, long long value) {
     wchar_t line[48];
     std::swprintf(line, 48, L"%3d\r\n%lld\r\n", code, value);
     out += line;
-}
-
-/// Writes `bytes` to `path` through a temporary file beside it, so that a failed write leaves
-/// the previous file as it was.
-bool writeFileAtomically(const std::string& path, const std::string& bytes, std::wstring& error) {
-    const std::string tmp = path + ".tmp~";
-    const int fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) {
-        error = tvFromUtf8(path + ": cannot create: " + std::strerror(errno));
-        return false;
-    }
-    size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            break;
-        }
-        done += static_cast<size_t>(n);
-    }
-    const bool written = done == bytes.size() && ::fsync(fd) == 0;
-    const int savedErrno = errno;
-    ::close(fd);
-    if (!written || ::rename(tmp.c_str(), path.c_str()) != 0) {
-        error = tvFromUtf8(path + ": cannot write: " + std::strerror(written ? errno : savedErrno));
-        ::unlink(tmp.c_str());
-        return false;
-    }
-    return true;
 }
 
 /// The text with the Host's \U+XXXX escapes (written for characters the code page lacks)
@@ -179,7 +145,12 @@ int CTvLayerStateManager::exportState(const std::wstring& path, const CTvLayerSt
         return 0;
     }
     bytes.push_back('\0'); // the terminating zero is part of the file
-    return writeFileAtomically(tvToUtf8(path), bytes, m_lastError) ? 1 : 0;
+    std::string error;
+    if (!kdWriteFileAtomically(tvToUtf8(path).c_str(), bytes, &error)) {
+        m_lastError = tvFromUtf8(error);
+        return 0;
+    }
+    return 1;
 }
 
 // -- Import --

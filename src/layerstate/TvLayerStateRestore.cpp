@@ -18,10 +18,6 @@
 
 namespace {
 
-uint32_t swapRedBlue(uint32_t c) {
-    return ((c & 0xFF) << 16) | (c & 0xFF00) | ((c >> 16) & 0xFF);
-}
-
 bool hasLinetype(const std::wstring& name) {
     KdResbufPtr rec(kddbTblSearch(L"LTYPE", name.c_str(), 0));
     return rec != nullptr;
@@ -74,7 +70,7 @@ bool CTvLayerStateManager::makeMissingLayer(const CTvLayerStateInfo& info) {
         .shortValue(70, code70)
         .shortValue(62, (flags & kTvLayerOff) ? -index : index);
     if (info.trueColor() <= 0xFFFFFFu) {
-        list.longValue(420, static_cast<int32_t>(swapRedBlue(info.trueColor())));
+        list.longValue(420, static_cast<int32_t>(tvSwapRedBlue(info.trueColor())));
         if (!info.colorBookRef().empty())
             list.text(430, info.colorBookRef());
     }
@@ -126,7 +122,7 @@ void CTvLayerStateManager::applyLayer(const CTvLayerStateInfo& info, uint32_t ma
         if (newIndex == 0 || newIndex > 255)
             newIndex = 7;
         if (info.trueColor() <= 0xFFFFFFu) {
-            rgb = static_cast<int32_t>(swapRedBlue(info.trueColor()));
+            rgb = static_cast<int32_t>(tvSwapRedBlue(info.trueColor()));
             book = info.colorBookRef();
         } else {
             rgb = -1;

@@ -21,13 +21,6 @@
 
 namespace {
 
-std::wstring trimmed(const std::wstring& s) {
-    const size_t b = s.find_first_not_of(L" \t");
-    if (b == std::wstring::npos)
-        return {};
-    return s.substr(b, s.find_last_not_of(L" \t") - b + 1);
-}
-
 std::wstring textOf(const resbuf* rb) {
     return rb && rb->resval.rstring ? rb->resval.rstring : L"";
 }
@@ -93,7 +86,7 @@ std::vector<std::pair<std::wstring, std::array<int64_t, 2>>> dictionaryEntries(c
 // -- Load --
 
 void CTvLayerStateManager::markCurrent(CTvLayerState* state, LayerArray& layers) const {
-    const std::wstring current = tvUpperName(trimmed(state->currentLayerRef()));
+    const std::wstring current = tvUpperName(tv::trimBlanks(state->currentLayerRef()));
     bool exists = false;
     if (m_db) {
         KdDbLayerTable* table = nullptr;
@@ -131,7 +124,7 @@ int CTvLayerStateManager::loadFrom(KdDbDatabase* db, bool convertLegacy) {
         m_currentLayerName = L"0";
         KdDbObjectPointer<KdDbLayerTableRecord> cur(db->clayer(), KdDb::kForRead);
         if (cur)
-            m_currentLayerName = trimmed(cur->name().str());
+            m_currentLayerName = tv::trimBlanks(cur->name().str());
     }
     kd_name dict;
     if (!statesDictionary(db, dict))

@@ -2,6 +2,7 @@
 
 #include "common/TvCurrentDrawing.h"
 #include "common/TvResbuf.h"
+#include "common/TvSymbolName.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"
@@ -19,17 +20,6 @@ std::wstring tvUpperName(std::wstring_view name) {
         c = tvUpper(c);
     return out;
 }
-
-namespace {
-
-std::wstring trimmedBlanks(const std::wstring& s) {
-    const size_t b = s.find_first_not_of(L" \t");
-    if (b == std::wstring::npos)
-        return {};
-    return s.substr(b, s.find_last_not_of(L" \t") - b + 1);
-}
-
-} // namespace
 
 CKdadLayerP::~CKdadLayerP() = default;
 
@@ -94,7 +84,7 @@ bool CKdadLayerP::fill(KdDbDatabase* db) {
     if (m_layers.empty())
         return false;
     KdDbObjectPointer<KdDbLayerTableRecord> current(db->clayer(), KdDb::kForRead);
-    m_currentLayer = current ? trimmedBlanks(current->name().str()) : std::wstring(L"0");
+    m_currentLayer = current ? tv::trimBlanks(current->name().str()) : std::wstring(L"0");
     if (!db->tilemode() && kdedCurrentDatabase() == db) {
         KdDbObjectPointer<KdDbViewport> vp(kdedGetCurViewportObjectId(), KdDb::kForRead);
         std::vector<KdDbObjectId> frozen;

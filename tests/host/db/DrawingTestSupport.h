@@ -13,8 +13,10 @@
 
 namespace tvtest {
 
-inline KdDbObjectId findLayer(KdDbDatabase& db, const wchar_t* name) {
-    KdDbLayerTable* table = nullptr;
+/// The record of that name in a symbol table (KdDbLayerTable, KdDbLinetypeTable ...); null
+/// when there is none.
+template <typename Table> KdDbObjectId findRecord(KdDbDatabase& db, const wchar_t* name) {
+    Table* table = nullptr;
     EXPECT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
     KdDbObjectId id;
     if (table) {
@@ -24,21 +26,30 @@ inline KdDbObjectId findLayer(KdDbDatabase& db, const wchar_t* name) {
     return id;
 }
 
-/// Adds a layer through the layer table opened for write; null (and a failure) when refused.
-inline KdDbObjectId addLayer(KdDbDatabase& db, const wchar_t* name) {
-    KdDbLayerTable* table = nullptr;
+/// Adds a record through its table opened for write; null (and a failure) when refused.
+template <typename Table, typename Record>
+KdDbObjectId addRecord(KdDbDatabase& db, const wchar_t* name) {
+    Table* table = nullptr;
     EXPECT_EQ(db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
     if (!table)
         return {};
-    auto* layer = new KdDbLayerTableRecord;
-    EXPECT_EQ(layer->setName(name), Kdad::eOk);
+    auto* record = new Record;
+    EXPECT_EQ(record->setName(name), Kdad::eOk);
     KdDbObjectId id;
-    if (table->add(id, layer) != Kdad::eOk) {
-        ADD_FAILURE() << "cannot add layer " << KdString(name).utf8();
-        delete layer;
+    if (table->add(id, record) != Kdad::eOk) {
+        ADD_FAILURE() << "cannot add " << KdString(name).utf8();
+        delete record;
     }
     table->close();
     return id;
+}
+
+inline KdDbObjectId findLayer(KdDbDatabase& db, const wchar_t* name) {
+    return findRecord<KdDbLayerTable>(db, name);
+}
+
+inline KdDbObjectId addLayer(KdDbDatabase& db, const wchar_t* name) {
+    return addRecord<KdDbLayerTable, KdDbLayerTableRecord>(db, name);
 }
 
 inline std::string drawingText(KdDbDatabase& db) {

@@ -15,10 +15,7 @@ class LasFile : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(m_res.loaded());
-        addLinetype(m_db, L"DASHED");
-        addLinetype(m_db, L"HIDDEN");
-        addLayer(m_db, L"WALLS");
-        addLayer(m_db, L"DOORS");
+        addSampleTables(m_db);
         m_mgr.setDatabase(&m_db);
     }
     void TearDown() override {

@@ -58,10 +58,7 @@ class Restore : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(m_res.loaded());
-        addLinetype(m_db, L"DASHED");
-        addLinetype(m_db, L"HIDDEN");
-        for (const wchar_t* name : {L"WALLS", L"DOORS", L"EXTRA"})
-            addLayer(m_db, name);
+        addSampleTables(m_db, {L"WALLS", L"DOORS", L"EXTRA"});
         editLayer(m_db, L"WALLS", [&](KdDbLayerTableRecord& l) {
             l.setColor(indexColor(1));
             l.setLinetypeObjectId(findLinetype(m_db, L"DASHED"));

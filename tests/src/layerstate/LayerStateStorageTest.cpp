@@ -67,10 +67,7 @@ class Storage : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(m_res.loaded());
-        addLinetype(m_db, L"DASHED");
-        addLinetype(m_db, L"HIDDEN");
-        addLayer(m_db, L"WALLS");
-        addLayer(m_db, L"DOORS");
+        addSampleTables(m_db);
         editLayer(m_db, L"WALLS", [&](KdDbLayerTableRecord& l) {
             l.setColor(indexColor(1));
             l.setLinetypeObjectId(findLinetype(m_db, L"DASHED"));

@@ -30,6 +30,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -130,30 +131,21 @@ inline KdCmColor rgbColor(uint8_t r, uint8_t g, uint8_t b, const wchar_t* colorN
 
 /// Adds a linetype record to the drawing (no dashes).
 inline KdDbObjectId addLinetype(KdDbDatabase& db, const wchar_t* name) {
-    KdDbLinetypeTable* table = nullptr;
-    EXPECT_EQ(db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
-    if (!table)
-        return {};
-    auto* lt = new KdDbLinetypeTableRecord;
-    EXPECT_EQ(lt->setName(name), Kdad::eOk);
-    KdDbObjectId id;
-    if (table->add(id, lt) != Kdad::eOk) {
-        ADD_FAILURE() << "cannot add linetype " << tvToUtf8(name);
-        delete lt;
-    }
-    table->close();
-    return id;
+    return addRecord<KdDbLinetypeTable, KdDbLinetypeTableRecord>(db, name);
 }
 
 inline KdDbObjectId findLinetype(KdDbDatabase& db, const wchar_t* name) {
-    KdDbLinetypeTable* table = nullptr;
-    EXPECT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    KdDbObjectId id;
-    if (table) {
-        table->getAt(name, id);
-        table->close();
-    }
-    return id;
+    return findRecord<KdDbLinetypeTable>(db, name);
+}
+
+/// The drawing most layer-state tests start from: linetypes DASHED and HIDDEN, and the layers
+/// named (WALLS and DOORS unless told) besides "0".
+inline void addSampleTables(KdDbDatabase& db,
+                            std::initializer_list<const wchar_t*> layers = {L"WALLS", L"DOORS"}) {
+    addLinetype(db, L"DASHED");
+    addLinetype(db, L"HIDDEN");
+    for (const wchar_t* name : layers)
+        addLayer(db, name);
 }
 
 inline std::wstring linetypeOf(KdDbDatabase& db, const wchar_t* layerName) {

@@ -244,15 +244,23 @@ std::string testData(const char* name) {
     return std::string(TV_TESTDATA_DIR) + "/" + name;
 }
 
+/// Reads a shared test drawing into `db` and makes it current; false when the drawing is not
+/// there (the test skips), a failure when it does not read.
+bool readTestDrawing(KdDbDatabase& db, const char* name) {
+    const std::string path = testData(name);
+    if (!std::filesystem::exists(path))
+        return false;
+    std::string error;
+    EXPECT_EQ(db.readDxfFile(path.c_str(), &error), Kdad::eOk) << error;
+    kdedSetCurrentDatabase(&db);
+    return true;
+}
+
 TEST(SnapshotOfARealDrawing, WritingEveryLayerBackUnchangedLosesNothing) {
     tvtest::ModuleResources res;
-    const std::string path = testData("showcase_r2018.dxf");
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << "test drawing missing: " << path;
     KdDbDatabase db(false);
-    std::string error;
-    ASSERT_EQ(db.readDxfFile(path.c_str(), &error), Kdad::eOk) << error;
-    kdedSetCurrentDatabase(&db);
+    if (!readTestDrawing(db, "showcase_r2018.dxf"))
+        GTEST_SKIP() << "test drawing missing: " << testData("showcase_r2018.dxf");
     const std::vector<std::string> before = describeAll(db);
     CKdadLayerP snap;
     ASSERT_TRUE(snap.fill(&db));
@@ -269,13 +277,9 @@ TEST(SnapshotOfARealDrawing, WritingEveryLayerBackUnchangedLosesNothing) {
 
 TEST(SnapshotOfARealDrawing, LayersFrozenInTheCurrentViewportAreKnown) {
     tvtest::ModuleResources res;
-    const std::string path = testData("ezdxf_viewport_frozen_layers.dxf");
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << "test drawing missing: " << path;
     KdDbDatabase db(false);
-    std::string error;
-    ASSERT_EQ(db.readDxfFile(path.c_str(), &error), Kdad::eOk) << error;
-    kdedSetCurrentDatabase(&db);
+    if (!readTestDrawing(db, "ezdxf_viewport_frozen_layers.dxf"))
+        GTEST_SKIP() << "test drawing missing: " << testData("ezdxf_viewport_frozen_layers.dxf");
     ASSERT_EQ(kdedSetShortVar(L"CVPORT", 4), RTNORM);
     CKdadLayerP snap;
     ASSERT_TRUE(snap.fill(&db));
