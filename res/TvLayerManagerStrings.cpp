@@ -15,6 +15,19 @@ constexpr StringEntry kStrings[] = {
     {65, L"Layer"},
     {69, L"The selected layer cannot be made current. A frozen layer or a layer of an external "
          L"reference cannot be the current layer."},
+    {1196, L"\nInvalid option keyword."},
+    {1197, L"Expects a point or Settings"},
+    {1198, L"\nIn paper space viewport use [Freeze/Vpfreeze] <%s>:"},
+    {1199, L"Freeze Vpfreeze _ Freeze Vpfreeze"},
+    {1201, L"\nEnter setting type for [Viewports/Block selection]: "},
+    {1202, L"Viewports Block _ Viewports Block"},
+    {1204, L"\nEnter Block Selection nesting level [Block/Entity/No nesting] <No nesting>: "},
+    {1205, L"\nLayer %s is the current layer and cannot be frozen."},
+    {1206, L"\nLayer %s has been frozen."},
+    {1207, L"\nLayer %s has been frozen in the current viewport."},
+    {1208, L"\nEnter Block Selection nesting level [Block/Entity/No nesting] <Block>: "},
+    {1209, L"\nEnter Block Selection nesting level [Block/Entity/No nesting] <Entity>: "},
+    {1210, L"Block Entity No _ Block Entity No"},
     {1657, L"Layer States (*.las)|*.las||"},
     {1850, L"Properties Filter%d"},
     {1851, L"Group Filter%d"},
@@ -44,6 +57,8 @@ constexpr StringEntry kStrings[] = {
     {1879, L"Delete Layer"},
     {1880, L"Set Current"},
     {1889, L"Search for layer"},
+    {1890, L"Freeze"},
+    {1891, L"Vpfreeze"},
     {1892, L"All"},
     {1893, L"All Used Layers"},
     {1894, L"A filter of this name already exists."},
@@ -81,6 +96,9 @@ constexpr StringEntry kStrings[] = {
     {6121, L"LAYERSTATESAVE"},
     {6122, L"LAYFRZ"},
     {6123, L"LAYER"},
+    {6124, L"Settings Undo eXit _ Settings Undo eXit"},
+    {6125, L"\nSelect an object on the layer to be frozen or [Settings/Undo/eXit]: "},
+    {6126, L"\nEverything has been undone."},
 };
 
 constexpr bool isStrictlySorted() {
