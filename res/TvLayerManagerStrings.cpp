@@ -56,6 +56,7 @@ constexpr StringEntry kStrings[] = {
     {1878, L"New Layer"},
     {1879, L"Delete Layer"},
     {1880, L"Set Current"},
+    {1886, L"Do not show this message again?"},
     {1889, L"Search for layer"},
     {1890, L"Freeze"},
     {1891, L"Vpfreeze"},
