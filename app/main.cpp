@@ -4,6 +4,7 @@
 
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdInput.h"
+#include "tv/KdProfile.h"
 
 #include <unistd.h>
 
@@ -75,6 +76,8 @@ int main(int argc, char** argv) {
     }
 
     kdedSetOutputStream(stdout);
+    // Dialogs keep their settings in the user's current profile; a first run makes one.
+    kdEnsureCurrentProfile();
     tvcad::TvCadApp app(moduleFolders());
     app.setEcho(!script.empty() || !isatty(STDIN_FILENO));
     if (!drawing.empty()) {

@@ -106,3 +106,22 @@ bool KdProfile::writeProfileInt(const wchar_t* section, const wchar_t* entry, in
     return writeEntry(section, entry, REG_DWORD, reinterpret_cast<const std::uint8_t*>(&number),
                       sizeof number);
 }
+
+bool kdEnsureCurrentProfile() {
+    const std::wstring path = std::wstring(kdrxProductKey()) + L"\\Profiles";
+    KeyCloser profiles;
+    if (RegCreateKeyW(HKEY_CURRENT_USER, path.c_str(), &profiles.key) != ERROR_SUCCESS)
+        return false;
+    DWORD type = 0;
+    DWORD size = 0;
+    if (RegQueryValueExW(profiles.key, nullptr, nullptr, &type, nullptr, &size) ==
+            ERROR_SUCCESS &&
+        type == REG_SZ && size > sizeof(wchar_t))
+        return true;
+    const DWORD bytes =
+        static_cast<DWORD>((std::wcslen(kdDefaultProfileName) + 1) * sizeof(wchar_t));
+    return RegSetValueExW(profiles.key, nullptr, 0, REG_SZ,
+                          reinterpret_cast<const std::uint8_t*>(kdDefaultProfileName),
+                          bytes) == ERROR_SUCCESS;
+}
+

@@ -28,3 +28,10 @@ public:
     static int getProfileInt(const wchar_t* section, const wchar_t* entry, int defaultValue);
     static bool writeProfileInt(const wchar_t* section, const wchar_t* entry, int value);
 };
+
+/// The name of the user profile the Host starts with when the user has none.
+inline constexpr const wchar_t* kdDefaultProfileName = L"<<Unnamed Profile>>";
+/// Makes sure the user has a current profile (the default value of the product root's
+/// "Profiles" key), where dialogs keep their settings: sets kdDefaultProfileName when none is
+/// named. False when the store refuses the write.
+TVHOST_API bool kdEnsureCurrentProfile();

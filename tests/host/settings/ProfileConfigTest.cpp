@@ -28,6 +28,22 @@ TEST_F(ProfileTest, EntriesPersistBelowTheProductRoot) {
     EXPECT_EQ(getText(key.c_str(), L"MainWindowRect"), L"10 20 800 600");
 }
 
+TEST_F(ProfileTest, AFirstRunGetsACurrentProfileAndAChosenOneStays) {
+    const std::wstring profiles = std::wstring(kdrxProductKey()) + L"\\Profiles";
+    ASSERT_TRUE(kdEnsureCurrentProfile());
+    tvSettingsReload();
+    EXPECT_EQ(getText(profiles.c_str(), nullptr), kdDefaultProfileName);
+    HKEY key = nullptr;
+    ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, profiles.c_str(), &key), ERROR_SUCCESS);
+    const wchar_t mine[] = L"Drafting";
+    ASSERT_EQ(RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const std::uint8_t*>(mine),
+                             sizeof mine),
+              ERROR_SUCCESS);
+    RegCloseKey(key);
+    ASSERT_TRUE(kdEnsureCurrentProfile());
+    EXPECT_EQ(getText(profiles.c_str(), nullptr), L"Drafting");
+}
+
 TEST_F(ProfileTest, WrongKindsAndBadSectionsFallBackToTheDefault) {
     ASSERT_TRUE(KdProfile::writeProfileString(L"S", L"Text", L"12"));
     ASSERT_TRUE(KdProfile::writeProfileInt(L"S", L"Number", 12));
