@@ -1,10 +1,13 @@
 // The editor session: current drawing, output, keyword prompts, picks and display requests.
 #include "KdEdSession.h"
 
+#include "KdEdPick.h"
+
 #include "tv/KdDbAds.h"
 #include "tv/KdDbBlockTableRecord.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbEntity.h"
+#include "tv/KdDbHostApplicationServices.h"
 #include "tv/KdDbUndoJournal.h"
 #include "tv/KdDbViewport.h"
 #include "tv/KdEdEditor.h"
@@ -180,6 +183,7 @@ KdDbDatabase* kdedCurrentDatabase() {
 
 void kdedDatabaseClosed(KdDbDatabase* db) {
     session().drawings.erase(db);
+    kded::dropExternalReferences(db);
     if (db && kddbCurDwg() == db)
         kddbSetCurDwg(nullptr);
 }
@@ -356,31 +360,6 @@ int kdedGetString(int cronly, const wchar_t* prompt, wchar_t* result, int len) {
 
 namespace {
 
-/// An affine map: p -> m * p + t.
-struct Affine {
-    double m[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-    double t[3] = {0, 0, 0};
-
-    Affine then(const Affine& outer) const {
-        Affine r;
-        for (int i = 0; i < 3; ++i) {
-            for (int j = 0; j < 3; ++j) {
-                r.m[i][j] = 0;
-                for (int k = 0; k < 3; ++k)
-                    r.m[i][j] += outer.m[i][k] * m[k][j];
-            }
-            r.t[i] = outer.t[i];
-            for (int k = 0; k < 3; ++k)
-                r.t[i] += outer.m[i][k] * t[k];
-        }
-        return r;
-    }
-    void apply(const double p[3], double out[3]) const {
-        for (int i = 0; i < 3; ++i)
-            out[i] = m[i][0] * p[0] + m[i][1] * p[1] + m[i][2] * p[2] + t[i];
-    }
-};
-
 double tagReal(const KdDbObject* obj, int code, double dflt) {
     std::string v(obj->tagValue(code));
     if (v.empty())
@@ -390,71 +369,15 @@ double tagReal(const KdDbObject* obj, int code, double dflt) {
     return end && end != v.c_str() ? d : dflt;
 }
 
-/// The map from the block of `insert` into the space that holds the reference: scale, then
-/// rotate about Z, then move the block's base point to the insertion point.
-Affine insertTransform(const KdDbBlockReference* insert) {
-    double base[3] = {0, 0, 0};
-    KdDbObjectPointer<KdDbBlockTableRecord> block(insert->blockTableRecord(), KdDb::kForRead);
-    if (block && !block->blockBeginId().isNull()) {
-        KdDbObjectPointer<> begin(block->blockBeginId(), KdDb::kForRead);
-        if (begin) {
-            base[0] = tagReal(begin.get(), 10, 0);
-            base[1] = tagReal(begin.get(), 20, 0);
-            base[2] = tagReal(begin.get(), 30, 0);
-        }
-    }
-    const double s[3] = {tagReal(insert, 41, 1), tagReal(insert, 42, 1), tagReal(insert, 43, 1)};
-    const double a = tagReal(insert, 50, 0) * std::acos(-1.0) / 180.0;
-    const double c = std::cos(a);
-    const double sn = std::sin(a);
-    Affine r;
-    const double rot[3][3] = {{c, -sn, 0}, {sn, c, 0}, {0, 0, 1}};
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j)
-            r.m[i][j] = rot[i][j] * s[j];
-    const double ins[3] = {tagReal(insert, 10, 0), tagReal(insert, 20, 0), tagReal(insert, 30, 0)};
-    for (int i = 0; i < 3; ++i)
-        r.t[i] = ins[i] - (r.m[i][0] * base[0] + r.m[i][1] * base[1] + r.m[i][2] * base[2]);
-    return r;
-}
-
-KdDbObjectId liveEntity(KdDbDatabase* db, uint64_t handle) {
-    KdDbObjectId id = db->objectIdOf(handle);
-    if (!id.isValid() || id.isErased())
-        return {};
-    KdDbObjectPointer<KdDbEntity> ent(id, KdDb::kForRead);
-    return ent ? id : KdDbObjectId();
-}
-
-/// Resolves a pick: the object and, when it lies in a block, the references that hold it. False
-/// when the pick names nothing or the references do not lead to it.
-bool resolvePick(KdDbDatabase* db, const KdEdInputEvent& ev, KdDbObjectId& entity,
-                 std::vector<KdDbObjectId>& chain, Affine& xf) {
-    if (!db || ev.miss || ev.handle == 0)
+/// Resolves a pick: the object and, when it lies in a block, the references that hold it. A
+/// handle names the object (and its references); a point is hit-tested in the current space.
+/// False when the pick names nothing or the references do not lead to it.
+bool resolvePick(KdDbDatabase* db, const KdEdInputEvent& ev, kded::PickHit& pick) {
+    if (!db || ev.miss)
         return false;
-    entity = liveEntity(db, ev.handle);
-    if (entity.isNull())
-        return false;
-    chain.clear();
-    xf = Affine();
-    KdDbObjectId expectedOwner; // the block that must own the next object of the chain
-    for (uint64_t h : ev.via) {
-        KdDbObjectId ref = liveEntity(db, h);
-        KdDbObjectPointer<KdDbBlockReference> insert(ref, KdDb::kForRead);
-        if (!insert || (!expectedOwner.isNull() && insert->ownerId() != expectedOwner))
-            return false;
-        expectedOwner = insert->blockTableRecord();
-        if (expectedOwner.isNull())
-            return false;
-        xf = insertTransform(insert.get()).then(xf);
-        chain.push_back(ref);
-    }
-    if (!expectedOwner.isNull()) {
-        KdDbObjectPointer<KdDbEntity> ent(entity, KdDb::kForRead);
-        if (!ent || ent->ownerId() != expectedOwner)
-            return false;
-    }
-    return true;
+    if (ev.handle != 0)
+        return kded::pickByHandle(db, ev.handle, ev.via, pick);
+    return ev.hasPoint && kded::pickAtPoint(db, ev.point, pick);
 }
 
 } // namespace
@@ -491,13 +414,14 @@ int kdedNEntSelP(const wchar_t* prompt, kd_name entity, double point[3], int pic
         case KdEdInputEvent::kPick:
             break;
         }
-        KdDbObjectId id;
-        std::vector<KdDbObjectId> chain;
-        Affine xf;
-        if (!resolvePick(kdedCurrentDatabase(), ev, id, chain, xf)) {
+        kded::PickHit pick;
+        if (!resolvePick(kdedCurrentDatabase(), ev, pick)) {
             setErrno(7);
             return RTERROR;
         }
+        const KdDbObjectId id = pick.entity;
+        const std::vector<KdDbObjectId>& chain = pick.chain;
+        const kded::Affine& xf = pick.xform;
         if (entity && kddbGetQdsName(entity, id) != RTNORM)
             return RTERROR;
         if (point) {
@@ -564,7 +488,8 @@ KdDbObjectId kdedGetCurViewportObjectId() {
     const int cvport = kded::drawingState(db)->cvport;
     if (cvport == 1)
         return {};
-    KdDbObjectPointer<KdDbBlockTableRecord> paper(db->paperSpaceId(), KdDb::kForRead);
+    KdDbObjectPointer<KdDbBlockTableRecord> paper(
+        kdHostApplicationServices()->layoutManager()->currentPaperSpaceBTRId(), KdDb::kForRead);
     if (!paper)
         return {};
     for (const KdDbObjectId& id : paper->entityIds()) {

@@ -2,6 +2,7 @@
 // editor's calls and its commands share.
 #pragma once
 
+#include "tv/KdDbObjectId.h"
 #include "tv/KdEdInput.h"
 #include "tv/KdEdUndoController.h"
 
@@ -23,6 +24,8 @@ struct DrawingState {
     int regenmode = 1;
     bool invertFilter = false;
     bool useCurrentFilter = false;
+    /// The block of the paper layout made current; null for the drawing's "*Paper_Space".
+    KdDbObjectId paperLayoutBlock;
     KdEdUndoController undo;
 };
 

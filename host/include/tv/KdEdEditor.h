@@ -83,6 +83,23 @@ TVHOST_API int kdedGetString(int cronly, const wchar_t* prompt, wchar_t* result,
 /// `xform` its block-to-world transform (a point p maps to p0*xform[0] + p1*xform[1] +
 /// p2*xform[2] + xform[3]), `containers` (when given) the block references that hold it,
 /// innermost first, as (-1 name) entries, null when it is not nested; the caller releases it.
+/// A pick at a point takes the object under it in model space (TILEMODE 1, or a paper-space
+/// viewport current: CVPORT > 1, the point is a model-space point) or else in paper space,
+/// looking into block references (each instance of a MINSERT up to 10,000 of them) and external
+/// references. It reaches objects within 0.5% of the larger side of the extents of that space
+/// (at least 1e-6 drawing units); the nearest wins, and of equally near objects the one drawn
+/// last. Erased and invisible objects, objects on layers that are off or frozen (also frozen in
+/// the current viewport; inside a reference, objects on layer "0" show as the reference does)
+/// and viewports are not picked at a point; a handle names its object whatever its layer. A
+/// dimension is picked as a whole, a hatch by its boundary, a text by its insertion point.
+/// Inside an external reference (a block whose BLOCK record has flag 4 and its file in group
+/// 1, relative to the folder of the drawing that holds it), the object and the containers after
+/// the reference are objects of the referenced drawing, read once and kept until
+/// kdedDatabaseClosed; kddbEntGet works on them and gives their layer as that drawing names it
+/// (without the "XREF|" prefix). Such objects also hide when the current drawing's layer
+/// "XREF|LAYER" is off or frozen. A reference whose file is missing, cannot be read or leads
+/// back into a drawing the pick is already in cannot be picked into: a point pick then finds
+/// only other objects, a pick by handle through it misses.
 /// RTKWORD for a keyword (or, with RSG_OTHER, any text). RTERROR with "ERRNO" 7 when the pick
 /// hits nothing, "ERRNO" 52 on Enter. RTCAN on cancel or when input runs out.
 TVHOST_API int kdedNEntSelP(const wchar_t* prompt, kd_name entity, double point[3], int pickFlag,

@@ -35,8 +35,10 @@ struct TVHOST_API KdEdInputEvent {
 ///   *cancel*               cancel
 ///   pick HANDLE            pick of the object with that (hexadecimal) handle
 ///   pick HANDLE via H1 H2  the same object reached through the block references H1 (outermost)
-///                          to Hn (innermost)
-///   pick x,y[,z]           a pick at a point
+///                          to Hn (innermost); after a reference to an external reference the
+///                          handles (the object's too) are those of the referenced drawing
+///   pick x,y[,z]           a pick at a point of the current space (kdedNEntSelP says what it
+///                          hits)
 ///   pick none              a pick that hits nothing
 ///   anything else          typed text, blanks at both ends removed
 class TVHOST_API KdEdInputSource {

@@ -301,7 +301,7 @@ TEST_F(EdNestedPickTest, PlainPickHasNoChainAndIdentityTransform) {
 
 TEST_F(EdNestedPickTest, MissesSetErrnoSeven) {
     // Nothing, an unknown handle, a chain in the wrong order, a chain that skips a level and a
-    // point (no display to hit-test) are all misses.
+    // point (nothing lies near that point) are all misses.
     m_script.append(L"pick none\npick FFFF\n");
     m_script.append(pickLine(m_line, {m_innerRef, m_middleRef, m_outerRef}));
     m_script.append(pickLine(m_line, {m_outerRef, m_innerRef}));
