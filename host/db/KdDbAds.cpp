@@ -465,6 +465,18 @@ std::string tableNameOf(const wchar_t* table) {
     return tableKindOf(name) ? name : std::string();
 }
 
+/// What the table calls answer for a record. A block's entry is its BLOCK entity, as the
+/// table calls have always given it: its flags (70, bit 4 an external reference) and path (1)
+/// live there, not in the block record.
+resbuf* tableEntryList(KdDbObject* record) {
+    if (auto* block = dynamic_cast<KdDbBlockTableRecord*>(record)) {
+        const KdDbObjectId begin = block->blockBeginId();
+        if (begin.isValid() && !begin.isErased() && begin.stub()->object)
+            return entList(begin.stub()->object, false, nullptr);
+    }
+    return entList(record, false, nullptr);
+}
+
 KdDbDictionary* dictionaryOfName(const kd_name dict) {
     KdDbObject* obj = objectOfName(dict);
     return obj && !obj->isErased() ? dynamic_cast<KdDbDictionary*>(obj) : nullptr;
@@ -726,7 +738,7 @@ resbuf* kddbTblSearch(const wchar_t* table, const wchar_t* name, int setnext) {
         auto it = std::find(ids.begin(), ids.end(), id);
         walks().tables[tableName] = static_cast<size_t>(it - ids.begin()) + 1;
     }
-    return entList(id.stub()->object, false, nullptr);
+    return tableEntryList(id.stub()->object);
 }
 
 resbuf* kddbTblNext(const wchar_t* table, int rewind) {
@@ -744,7 +756,7 @@ resbuf* kddbTblNext(const wchar_t* table, int rewind) {
         ++pos;
     if (pos >= ids.size())
         return nullptr;
-    return entList(ids[pos++].stub()->object, false, nullptr);
+    return tableEntryList(ids[pos++].stub()->object);
 }
 
 // -- Dictionaries --

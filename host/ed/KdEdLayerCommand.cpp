@@ -18,8 +18,8 @@ namespace {
 using kded::print;
 
 const wchar_t kMainKeywords[] =
-    L"? Make Set New ON OFF Color Ltype LWeight Freeze Thaw LOck Unlock Plot Description _ "
-    L"? Make Set New ON OFF Color Ltype LWeight Freeze Thaw LOck Unlock Plot Description";
+    L"? Make Set New Rename ON OFF Color Ltype LWeight Freeze Thaw LOck Unlock Plot Description _ "
+    L"? Make Set New Rename ON OFF Color Ltype LWeight Freeze Thaw LOck Unlock Plot Description";
 
 const wchar_t* const kColorNames[] = {L"red",  L"yellow",  L"green", L"cyan",
                                       L"blue", L"magenta", L"white"};
@@ -81,7 +81,7 @@ public:
         std::wstring answer;
         while (ask(L"\nCurrent layer:  \"" + currentName() +
                        L"\"\nEnter an option "
-                       L"[?/Make/Set/New/ON/OFF/Color/Ltype/LWeight/Freeze/Thaw/LOck/Unlock/"
+                       L"[?/Make/Set/New/Rename/ON/OFF/Color/Ltype/LWeight/Freeze/Thaw/LOck/Unlock/"
                        L"Plot/Description]: ",
                    answer) &&
                !answer.empty()) {
@@ -199,6 +199,8 @@ private:
             setCurrent();
         else if (option == L"New")
             newLayers();
+        else if (option == L"Rename")
+            rename();
         else if (option == L"ON" || option == L"OFF")
             changeLayers(option == L"ON" ? L"Enter name list of layer(s) to turn On"
                                          : L"Enter name list of layer(s) to turn Off",
@@ -335,6 +337,24 @@ private:
                 break;
             start = comma + 1;
         }
+    }
+
+    void rename() {
+        std::wstring from;
+        std::wstring to;
+        if (!ask(L"Enter old layer name: ", from) || from.empty())
+            return;
+        const KdDbObjectId id = findLayer(from);
+        if (id.isNull()) {
+            refuse(L"Cannot find layer \"" + from + L"\".");
+            return;
+        }
+        if (!ask(L"Enter new layer name: ", to) || to.empty())
+            return;
+        // The record refuses layer 0, external-reference layers and names in use.
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(id, KdDb::kForWrite);
+        if (!layer || layer->setName(to.c_str()) != Kdad::eOk)
+            refuse(L"Cannot rename layer \"" + from + L"\" to \"" + to + L"\".");
     }
 
     void freeze() {

@@ -57,6 +57,16 @@ bool KdRxDynamicLinker::fail(std::string message, bool print) {
     return false;
 }
 
+void* KdRxDynamicLinker::getSymbolAddress(const char* symbol) const {
+    if (!symbol)
+        return nullptr;
+    for (auto it = m_modules.rbegin(); it != m_modules.rend(); ++it) {
+        if (void* address = dlsym((*it)->handle, symbol))
+            return address;
+    }
+    return nullptr;
+}
+
 KdRxDynamicLinker::Module* KdRxDynamicLinker::find(const char* name) const {
     if (!name || !*name)
         return nullptr;

@@ -60,6 +60,9 @@ public:
     bool isModuleLoaded(const char* name) const;
     /// The application handle of a loaded module, or null.
     void* appIdOf(const char* name) const;
+    /// The address of a function a loaded module exports by name (the last loaded module
+    /// that has it), or null when no loaded module exports it.
+    void* getSymbolAddress(const char* symbol) const;
     /// Full paths of the loaded modules in load order.
     std::vector<std::string> loadedModules() const;
     /// Why the last failed call failed; empty after a success.

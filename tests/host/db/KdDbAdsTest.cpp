@@ -461,7 +461,8 @@ TEST_F(KdDbAdsShowcaseTest, TblNextWalksAllLayers) {
     // Each table keeps its own position; unknown tables give nothing.
     KdResbufPtr block(kddbTblNext(L"BLOCK", 1));
     ASSERT_TRUE(block);
-    EXPECT_EQ(text(block.get(), 0), L"BLOCK_RECORD");
+    // A block's entry is its BLOCK entity, which holds the flags and the reference's path.
+    EXPECT_EQ(text(block.get(), 0), L"BLOCK");
     KdResbufPtr third(kddbTblNext(L"LAYER", 0));
     if (names.size() > 2) {
         EXPECT_EQ(text(third.get(), 2), names[2]);
