@@ -69,4 +69,22 @@ KdResbufPtr RbBuilder::take() {
     return std::move(m_head);
 }
 
+const resbuf* findGroup(const resbuf* list, int code) {
+    for (const resbuf* rb = list; rb; rb = rb->rbnext) {
+        if (rb->restype == code)
+            return rb;
+    }
+    return nullptr;
+}
+
+std::wstring groupText(const resbuf* list, int code, size_t limit) {
+    const resbuf* rb = findGroup(list, code);
+    if (!rb || !rb->resval.rstring)
+        return {};
+    std::wstring text = rb->resval.rstring;
+    if (text.size() > limit)
+        text.resize(limit);
+    return text;
+}
+
 } // namespace tv

@@ -17,6 +17,12 @@ resbuf* newRbShort(int code, int value);
 resbuf* newRbLong(int code, int32_t value);
 resbuf* newRbName(int code, const int64_t name[2]);
 
+/// The first entry of `list` with group code `code`, or null.
+const resbuf* findGroup(const resbuf* list, int code);
+/// The text of the first entry with group code `code`, at most `limit` characters; empty when
+/// there is none.
+std::wstring groupText(const resbuf* list, int code, size_t limit = std::wstring::npos);
+
 /// Appends entries at the end of a list kept by its head and tail.
 class RbBuilder {
 public:

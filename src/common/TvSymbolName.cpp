@@ -1,6 +1,8 @@
 // The rules for names of layers, filters and layer states.
 #include "common/TvSymbolName.h"
 
+#include <cwctype>
+
 namespace tv {
 namespace {
 
@@ -79,6 +81,16 @@ std::wstring trimBlanks(std::wstring_view text) {
     while (!text.empty() && isBlank(text.back()))
         text.remove_suffix(1);
     return std::wstring(text);
+}
+
+bool sameNameIgnoringCase(std::wstring_view a, std::wstring_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (std::towupper(a[i]) != std::towupper(b[i]))
+            return false;
+    }
+    return true;
 }
 
 } // namespace tv

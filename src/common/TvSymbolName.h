@@ -25,4 +25,7 @@ wchar_t layerStateNameRefusal(std::wstring_view trimmedName);
 /// `text` without the blanks (spaces and tabs) at its beginning and end.
 std::wstring trimBlanks(std::wstring_view text);
 
+/// Whether two names, keywords or state names are the same when case is ignored.
+bool sameNameIgnoringCase(std::wstring_view a, std::wstring_view b);
+
 } // namespace tv

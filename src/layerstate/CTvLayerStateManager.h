@@ -6,10 +6,12 @@
 #include "layerstate/CTvLayerState.h"
 #include "layerstate/CTvLayerStateInfo.h"
 
+#include "tv/KdDbObjectId.h"
 #include "tv/KdResbuf.h"
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,6 +49,9 @@ public:
     /// "Turn off layers not found in the state".
     void setTurnOffNotFound(bool on) { m_turnOffNotFound = on; }
     bool turnOffNotFound() const { return m_turnOffNotFound; }
+    /// Whether a restore stores the option above as the user's choice ("LAYSTATEOPTIONS");
+    /// off for restores the user did not choose options for.
+    void setStoreTurnOffOption(bool store) { m_storeTurnOffOption = store; }
     /// Set while states imported from another drawing are held: restore then keeps a
     /// linetype name the drawing lacks (and makes the linetype) instead of using Continuous.
     void setImportedFromDrawing(bool imported) { m_importedFromDrawing = imported; }
@@ -93,6 +98,9 @@ public:
     int restore(CTvLayerState* state);
     /// The same by name; 0 when there is no such state.
     int restoreByName(std::wstring_view name);
+    /// The same, with "frozen in the current viewport" applied to `viewportId` instead of the
+    /// current viewport; a null id restores that property for no viewport.
+    int restoreByName(std::wstring_view name, KdDbObjectId viewportId);
     /// Restores one layer of a state under `mask`; `wholeState` is 1 for a whole-state restore.
     int restoreLayer(const CTvLayerStateInfo& info, uint32_t mask, int wholeState);
     bool deleteState(std::wstring_view name);
@@ -140,8 +148,11 @@ private:
     CKdadLayerP* m_snapshot = nullptr;
     uint32_t m_restoreBoxes = kTvMaskAll;
     bool m_turnOffNotFound = false;
+    bool m_storeTurnOffOption = true;
     bool m_importedFromDrawing = false;
     bool m_loaded = false;
+    /// The viewport a restore applies viewport freezing to, when given instead of the current.
+    std::optional<KdDbObjectId> m_restoreViewport;
 
     std::vector<std::unique_ptr<CTvLayerState>> m_states;
     std::map<const CTvLayerState*, LayerArray> m_layers;

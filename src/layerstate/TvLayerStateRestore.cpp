@@ -203,8 +203,12 @@ int CTvLayerStateManager::restore(CTvLayerState* state) {
                     .push_back(e->id);
         }
     }
-    if (!m_modelSpace && (mask & kTvMaskViewportFrozen) && kdedCurrentDatabase() == m_db) {
-        KdDbObjectPointer<KdDbViewport> vp(kdedGetCurViewportObjectId(), KdDb::kForWrite);
+    const bool ownDrawing = kdedCurrentDatabase() == m_db;
+    const KdDbObjectId viewport = m_restoreViewport ? *m_restoreViewport
+                                  : ownDrawing      ? kdedGetCurViewportObjectId()
+                                                    : KdDbObjectId();
+    if (!m_modelSpace && (mask & kTvMaskViewportFrozen) && !viewport.isNull()) {
+        KdDbObjectPointer<KdDbViewport> vp(viewport, KdDb::kForWrite);
         if (vp) {
             if (!freezeInViewport.empty())
                 vp->freezeLayersInViewport(freezeInViewport);
@@ -239,11 +243,19 @@ int CTvLayerStateManager::restore(CTvLayerState* state) {
         tvSetLayerTableChanges();
     }
     m_lastRestored = state->nameRef();
-    if (KdConfigDataManager* config = getConfigDataManager())
+    KdConfigDataManager* config = m_storeTurnOffOption ? getConfigDataManager() : nullptr;
+    if (config)
         config->setValue(L"LAYSTATEOPTIONS", static_cast<int16_t>(m_turnOffNotFound ? 1 : 0));
     return result;
 }
 
 int CTvLayerStateManager::restoreByName(std::wstring_view name) {
     return restore(findState(name));
+}
+
+int CTvLayerStateManager::restoreByName(std::wstring_view name, KdDbObjectId viewportId) {
+    m_restoreViewport = viewportId;
+    const int result = restore(findState(name));
+    m_restoreViewport.reset();
+    return result;
 }

@@ -1,6 +1,8 @@
 // Module initialisation and unload, service and command registration, the command handlers.
 #include "TvModule.h"
 
+#include "commands/TvLayFrzCommand.h"
+#include "commands/TvLayerIsolation.h"
 #include "commands/TvLayerStateCommand.h"
 
 #include "tv/KdEdCommandStack.h"
@@ -176,19 +178,19 @@ void layerStateManager() {
 }
 
 void layerFreeze() {
-    guardedVoid([] { kdedRetVoid(); });
+    guardedVoid([] { tv::layerFreezeCommand(); });
 }
 
-int layIso() {
-    return guarded([] { return 0; }, 0);
+void layIso() {
+    guardedVoid([] { tv::recordLayerIsolation(); });
 }
 
 int layUniso() {
-    return guarded([] { return 0; }, 0);
+    return guarded([] { return tv::unisolateLayers(); }, 0);
 }
 
 int layUnisoNew() {
-    return guarded([] { return 0; }, 0);
+    return guarded([] { return tv::unisolateLayersInTransaction(); }, 0);
 }
 
 } // namespace tv::module

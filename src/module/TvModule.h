@@ -25,8 +25,8 @@ void layerDialog();
 void layerStateSave();
 void layerStateManager();
 void layerFreeze();
-/// Isolation tools; answer 1 when they changed something, else 0.
-int layIso();
+/// Isolation record and un-isolation; the un-isolations answer 1 when they restored, else 0.
+void layIso();
 int layUniso();
 int layUnisoNew();
 

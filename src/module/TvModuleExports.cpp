@@ -20,8 +20,8 @@ TV_MODULE_EXPORT void LayerStateSaveCmd() {
     tv::module::layerStateSave();
 }
 
-TV_MODULE_EXPORT int LayIso() {
-    return tv::module::layIso();
+TV_MODULE_EXPORT void LayIso() {
+    tv::module::layIso();
 }
 
 TV_MODULE_EXPORT int LayUniso() {

@@ -199,10 +199,13 @@ TEST_F(LayerManagerModule, CommandsAndExportsRestoreTheResourceHandle) {
     ASSERT_NE(save, nullptr);
     dialog();
     save();
-    for (const char* name : {"LayIso", "LayUniso", "LayUnisoNew"}) {
+    auto record = moduleFunction<void (*)()>("LayIso");
+    ASSERT_NE(record, nullptr);
+    record();
+    for (const char* name : {"LayUniso", "LayUnisoNew"}) {
         auto fn = moduleFunction<int (*)()>(name);
         ASSERT_NE(fn, nullptr) << name;
-        // Nothing to isolate or restore yet: they report that they did nothing.
+        // Nothing was recorded: they report that they restored nothing.
         EXPECT_EQ(fn(), 0) << name;
     }
     EXPECT_EQ(kdrxCurrentResourceHandle(), &marker);
@@ -219,7 +222,7 @@ TEST(LayerManagerResources, StringTableAnswersKnownIdsOnly) {
         EXPECT_GT(std::wstring(fn(id)).size(), 0u) << id;
     }
     // Ids around and between entries, and the extremes, have no text.
-    for (unsigned id : {0u, 28u, 6119u, 6124u, 1868u, 0xFFFFFFFFu})
+    for (unsigned id : {0u, 28u, 6119u, 6127u, 1868u, 0xFFFFFFFFu})
         EXPECT_EQ(fn(id), nullptr) << id;
     EXPECT_EQ(std::wstring(fn(3158)), L"Color_%d");
     dlclose(lib);
