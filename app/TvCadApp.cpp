@@ -1,12 +1,15 @@
 // The command loop of tvcad and the Host's own commands.
 #include "TvCadApp.h"
 
+#include "TvCadLayerTools.h"
+
 #include "commands/TvLayerStateCommand.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdCommandStack.h"
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdInput.h"
+#include "tv/KdEdUndoController.h"
 #include "tv/KdRxDynamicLinker.h"
 #include "tv/KdUtf8.h"
 
@@ -167,8 +170,18 @@ bool TvCadApp::runCommand(const std::wstring& typed) {
         {L"LOADMODULE", &TvCadApp::cmdLoadModule},
         {L"UNLOADMODULE", &TvCadApp::cmdUnloadModule},
         {L"HELP", &TvCadApp::cmdHelp},
+        {L"LAYISO", &TvCadApp::cmdLayIso},
+        {L"LAYUNISO", &TvCadApp::cmdLayUniso},
+        {L"U", &TvCadApp::cmdUndo},
+        {L"LAYOUT", &TvCadApp::cmdLayout},
+        {L"-PURGE", &TvCadApp::cmdPurge},
     };
     const std::wstring name = bareName(typed);
+    // Each command but U is one step that U takes back.
+    if (m_db && name != L"U") {
+        if (KdEdUndoController* undo = curDocUndoController())
+            undo->putUndoMark();
+    }
     for (const HostCommand& c : kHostCommands) {
         if (name == c.name)
             return (this->*c.run)();
@@ -192,6 +205,9 @@ bool TvCadApp::runCommand(const std::wstring& typed) {
     KdEdCommandStack* stack = kdedCommandStack();
     const KdEdCommand* cmd = stack ? stack->lookupCmd(typed.c_str()) : nullptr;
     if (!cmd || !cmd->handler) {
+        bool failed = false;
+        if (m_db && systemVariableCommand(name, &failed))
+            return !failed;
         say(L"Unknown command \"" + typed + L"\".  Type HELP for a list of commands.\n");
         return false;
     }
@@ -306,8 +322,29 @@ bool TvCadApp::cmdUnloadModule() {
     return true;
 }
 
+bool TvCadApp::cmdLayIso() {
+    return layerIsolateCommand(m_db.get());
+}
+
+bool TvCadApp::cmdLayUniso() {
+    return layerUnisolateCommand(m_db.get());
+}
+
+bool TvCadApp::cmdUndo() {
+    return undoCommand(m_db.get());
+}
+
+bool TvCadApp::cmdPurge() {
+    return purgeCommand(m_db.get());
+}
+
+bool TvCadApp::cmdLayout() {
+    return layoutCommand(m_db.get());
+}
+
 bool TvCadApp::cmdHelp() {
-    say(L"Host commands: OPEN SAVE SAVEAS QUIT -LAYER -LAYERSTATE LOADMODULE UNLOADMODULE HELP\n");
+    say(L"Host commands: OPEN SAVE SAVEAS QUIT -LAYER -LAYERSTATE LAYISO LAYUNISO U LAYOUT -PURGE "
+        L"LOADMODULE UNLOADMODULE HELP, and system variables by name\n");
     KdEdCommandStack* stack = kdedCommandStack();
     if (!stack)
         return true;

@@ -55,6 +55,11 @@ private:
     bool cmdLoadModule();
     bool cmdUnloadModule();
     bool cmdHelp();
+    bool cmdLayIso();
+    bool cmdLayUniso();
+    bool cmdUndo();
+    bool cmdLayout();
+    bool cmdPurge();
 
     bool saveTo(const std::string& path);
     /// When the drawing has unsaved changes, asks whether to save them first; false when the
