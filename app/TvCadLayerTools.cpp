@@ -89,7 +89,7 @@ std::wstring currentLayerName() {
     if (kdedGetVar(L"CLAYER", &rb) != RTNORM || rb.restype != RTSTR || !rb.resval.rstring)
         return {};
     std::wstring name = rb.resval.rstring;
-    std::free(rb.resval.rstring);
+    kdad_free(rb.resval.rstring);
     return name;
 }
 
@@ -258,7 +258,7 @@ bool systemVariableCommand(const std::wstring& name, bool* failed) {
     std::wstring current;
     if (value.restype == RTSTR) {
         current = value.resval.rstring ? value.resval.rstring : L"";
-        std::free(value.resval.rstring);
+        kdad_free(value.resval.rstring);
     } else {
         current = std::to_wstring(value.resval.rint);
     }

@@ -45,6 +45,20 @@ void print(const std::wstring& text) {
     }
 }
 
+/// How a script's pick reads in the transcript: the point, or the object's handle.
+std::wstring pickText(const KdEdInputEvent& ev) {
+    if (ev.hasPoint) {
+        wchar_t text[128];
+        std::swprintf(text, 128, L"%g,%g", ev.point[0], ev.point[1]);
+        return text;
+    }
+    if (ev.miss || ev.handle == 0)
+        return L"(nothing)";
+    wchar_t text[32];
+    std::swprintf(text, 32, L"(object %llX)", static_cast<unsigned long long>(ev.handle));
+    return text;
+}
+
 KdEdInputEvent nextEvent() {
     Session& s = session();
     KdEdInputEvent ev = s.input ? s.input->next() : KdEdInputEvent{};
@@ -52,7 +66,9 @@ KdEdInputEvent nextEvent() {
     if (s.echoAnswers) {
         if (ev.kind == KdEdInputEvent::kText)
             print(ev.text + L"\n");
-        else if (ev.kind == KdEdInputEvent::kEnter || ev.kind == KdEdInputEvent::kPick)
+        else if (ev.kind == KdEdInputEvent::kPick)
+            print(pickText(ev) + L"\n");
+        else if (ev.kind == KdEdInputEvent::kEnter)
             print(L"\n");
     }
     return ev;

@@ -11,8 +11,6 @@
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdUndoController.h"
 
-#include <cstdlib>
-
 namespace tv {
 namespace {
 
@@ -53,8 +51,9 @@ void print(const std::wstring& text) {
     kdutPrintf(L"%s", text.c_str());
 }
 
-/// How a sub-prompt ended.
-enum class PromptEnd { kDone, kCancelled };
+/// How a prompt ended: with a choice (the settings prompt asks again), with Enter (back to
+/// the main prompt) or cancelled (the command ends).
+enum class PromptEnd { kChosen, kDone, kCancelled };
 
 /// Asks for a keyword of `keywordsId` with `prompt`: RTNORM with `word`, RTNONE on Enter,
 /// RTCAN on cancel.
@@ -89,7 +88,7 @@ PromptEnd viewportModePrompt(LayFrzSettings& settings) {
             return PromptEnd::kDone;
         if (sameNameIgnoringCase(word, L"Freeze") || sameNameIgnoringCase(word, L"Vpfreeze")) {
             settings.viewportMode = sameNameIgnoringCase(word, L"Freeze") ? L"Freeze" : L"Vpfreeze";
-            return PromptEnd::kDone;
+            return PromptEnd::kChosen;
         }
         print(resourceText(kIdInvalidKeyword, kInvalidKeywordText));
     }
@@ -117,7 +116,7 @@ PromptEnd nestingPrompt(LayFrzSettings& settings) {
             print(resourceText(kIdInvalidKeyword, kInvalidKeywordText));
             continue;
         }
-        return PromptEnd::kDone;
+        return PromptEnd::kChosen;
     }
 }
 
@@ -129,11 +128,15 @@ PromptEnd settingsPrompt(LayFrzSettings& settings) {
             return PromptEnd::kCancelled;
         if (rc == RTNONE)
             return PromptEnd::kDone;
+        PromptEnd end = PromptEnd::kChosen;
         if (sameNameIgnoringCase(word, L"Viewports"))
-            return viewportModePrompt(settings);
-        if (sameNameIgnoringCase(word, L"Block"))
-            return nestingPrompt(settings);
-        print(resourceText(kIdInvalidKeyword, kInvalidKeywordText));
+            end = viewportModePrompt(settings);
+        else if (sameNameIgnoringCase(word, L"Block"))
+            end = nestingPrompt(settings);
+        else
+            print(resourceText(kIdInvalidKeyword, kInvalidKeywordText));
+        if (end != PromptEnd::kChosen)
+            return end;
     }
 }
 
@@ -175,15 +178,6 @@ std::wstring outerExternalReference(const resbuf* containers) {
 std::wstring layerOfEntity(const kd_name entity) {
     KdResbufPtr list(kddbEntGet(entity));
     return groupText(list.get(), 8, kLayerNameLimit);
-}
-
-std::wstring textVar(const wchar_t* name) {
-    resbuf rb{};
-    if (kdedGetVar(name, &rb) != RTNORM || rb.restype != RTSTR || !rb.resval.rstring)
-        return {};
-    std::wstring text = rb.resval.rstring;
-    std::free(rb.resval.rstring);
-    return text;
 }
 
 LayFrzResult freezeInViewport(const std::wstring& layer) {
@@ -245,7 +239,7 @@ std::wstring layerOfPick(const kd_name entity, const resbuf* containers, LayFrzN
 }
 
 LayFrzResult freezeLayerOfPick(const std::wstring& layer, const LayFrzSettings& settings) {
-    if (sameNameIgnoringCase(layer, textVar(L"CLAYER"))) {
+    if (sameNameIgnoringCase(layer, textSystemVariable(L"CLAYER"))) {
         print(resourceFormat(kIdCurrentLayer, L"", layer));
         return LayFrzResult::kRefused;
     }

@@ -19,7 +19,6 @@
 #include "tv/KdDbTransactionManager.h"
 #include "tv/KdEdEditor.h"
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -52,23 +51,11 @@ KdDbObjectId idOfHandleText(KdDbDatabase* db, const std::wstring& text) {
     return id;
 }
 
-std::wstring textVar(const wchar_t* name, bool* ok = nullptr) {
-    resbuf rb{};
-    const bool read = kdedGetVar(name, &rb) == RTNORM && rb.restype == RTSTR && rb.resval.rstring;
-    if (ok)
-        *ok = read;
-    if (!read)
-        return {};
-    std::wstring text = rb.resval.rstring;
-    std::free(rb.resval.rstring);
-    return text;
-}
-
 /// Sets up the layer state manager object the way the layer-state commands do.
 void prepareManager(CTvLayerStateManager& manager, KdDbDatabase* db, CKdadLayerP* snapshot) {
     manager.setDatabase(db);
     manager.setModelSpace(kdedGetShortVar(L"TILEMODE", 1) == 1);
-    manager.setCurrentLayerName(textVar(L"CLAYER"));
+    manager.setCurrentLayerName(textSystemVariable(L"CLAYER"));
     manager.setSnapshot(snapshot);
 }
 

@@ -1,5 +1,6 @@
 #include "commands/TvLayerStateCommand.h"
 
+#include "common/TvResbuf.h"
 #include "common/TvResourceText.h"
 #include "common/TvSymbolName.h"
 #include "layerstate/CTvLayerStateManager.h"
@@ -9,7 +10,6 @@
 #include "tv/KdEdEditor.h"
 #include "tv/KdUtf8.h"
 
-#include <cstdlib>
 #include <filesystem>
 
 namespace tv {
@@ -74,10 +74,10 @@ public:
         }
         m_manager.setDatabase(m_db);
         m_manager.setModelSpace(kdedGetShortVar(L"TILEMODE", 1) == 1);
-        resbuf rb{};
-        if (kdedGetVar(L"CLAYER", &rb) == RTNORM && rb.restype == RTSTR && rb.resval.rstring) {
-            m_manager.setCurrentLayerName(rb.resval.rstring);
-            std::free(rb.resval.rstring);
+        bool read = false;
+        const std::wstring clayer = textSystemVariable(L"CLAYER", &read);
+        if (read) {
+            m_manager.setCurrentLayerName(clayer);
         }
         int16_t option = 0;
         if (KdConfigDataManager* config = getConfigDataManager())

@@ -1,5 +1,8 @@
 #include "common/TvResbuf.h"
 
+#include "tv/KdDbDatabase.h"
+#include "tv/KdEdEditor.h"
+
 #include <cwchar>
 #include <new>
 
@@ -84,6 +87,18 @@ std::wstring groupText(const resbuf* list, int code, size_t limit) {
     std::wstring text = rb->resval.rstring;
     if (text.size() > limit)
         text.resize(limit);
+    return text;
+}
+
+std::wstring textSystemVariable(const wchar_t* name, bool* read) {
+    resbuf rb{};
+    const bool ok = kdedGetVar(name, &rb) == RTNORM && rb.restype == RTSTR && rb.resval.rstring;
+    if (read)
+        *read = ok;
+    if (!ok)
+        return {};
+    std::wstring text = rb.resval.rstring;
+    kdad_free(rb.resval.rstring);
     return text;
 }
 

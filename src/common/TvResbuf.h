@@ -23,6 +23,10 @@ const resbuf* findGroup(const resbuf* list, int code);
 /// there is none.
 std::wstring groupText(const resbuf* list, int code, size_t limit = std::wstring::npos);
 
+/// The text of a text system variable ("CLAYER"); empty, with `read` false, when it cannot
+/// be read. The Host's copy of the text is released as the Host asks.
+std::wstring textSystemVariable(const wchar_t* name, bool* read = nullptr);
+
 /// Appends entries at the end of a list kept by its head and tail.
 class RbBuilder {
 public:

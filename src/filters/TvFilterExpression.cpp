@@ -149,13 +149,13 @@ void updateRow(const TvFilterCellModel& grid, int row, TvFilterConditionRow& map
     }
 }
 
-/// Sets map[key] = value for one clause, without its quotes and blanks. Blanks are trimmed
-/// before the quotes are stripped too, so that `NAME== "A*"` reads as A* and not as "A*.
+/// Sets map[key] = value for one clause: the quotes at both ends of the value go first, then
+/// the blanks, so a hand-written `NAME== "A*"` keeps its opening quote as filters always have.
 void addClause(TvFilterConditionRow& map, std::wstring_view key, std::wstring_view value) {
     const std::wstring k = trimWhite(key);
     if (k.empty())
         return;
-    map.set(k, trimWhite(stripQuotes(trimWhite(value))));
+    map.set(k, trimWhite(stripQuotes(value)));
 }
 
 TvFilterConditionRow splitRow(std::wstring row) {
@@ -256,14 +256,13 @@ std::wstring lineweightConditionValue(std::wstring_view cellText, const TvFilter
 }
 
 std::wstring lineweightCellText(std::wstring_view value, const TvFilterEnvironment& env) {
-    const std::optional<double> mm = leadingNumber(value);
-    if (!mm)
-        return std::wstring(value);
-    if (*mm < 0)
+    // Text that is not a number reads as 0, as the Host's own conversion reads it.
+    const double mm = leadingNumber(value).value_or(0.0);
+    if (mm < 0)
         return env.defaultLineweightWord;
     if (env.millimetres)
-        return fixedText(*mm, 2) + std::wstring(kMillimetreMark);
-    return fixedText(*mm / kMillimetresPerInch, 3) + kInchMark;
+        return fixedText(mm, 2) + std::wstring(kMillimetreMark);
+    return fixedText(mm / kMillimetresPerInch, 3) + kInchMark;
 }
 
 std::wstring buildFilterExpression(const TvFilterCellModel& grid, TvFilterConditionRows& rows,
@@ -310,11 +309,9 @@ TvFilterConditionRows splitFilterExpression(std::wstring_view expression) {
         p = s.size();
     while (p > 0) {
         const std::wstring row = trimWhite(std::wstring_view(s).substr(0, p));
-        if (!row.empty()) {
-            TvFilterConditionRow map = splitRow(row);
-            if (!map.empty())
-                rows.push_back(std::move(map));
-        }
+        // A row keeps its place even when none of its clauses could be read.
+        if (!row.empty())
+            rows.push_back(splitRow(row));
         s = p + kOr.size() < s.size() ? trimWhite(std::wstring_view(s).substr(p + kOr.size()))
                                       : std::wstring();
         p = s.find(kOr);

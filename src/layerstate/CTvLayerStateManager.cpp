@@ -3,6 +3,7 @@
 #include "layerstate/CTvLayerStateManager.h"
 
 #include "common/TvCurrentDrawing.h"
+#include "common/TvResbuf.h"
 #include "common/TvResourceText.h"
 #include "common/TvSymbolName.h"
 #include "snapshot/CKdadLayerP.h"
@@ -11,8 +12,6 @@
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdEdEditor.h"
 #include "tv/KdUtf8.h"
-
-#include <cstdlib>
 
 CTvLayerStateManager::CTvLayerStateManager() = default;
 CTvLayerStateManager::~CTvLayerStateManager() = default;
@@ -122,11 +121,10 @@ bool CTvLayerStateManager::captureInto(CTvLayerState* state, uint32_t mask) {
     // The current layer as "CLAYER" gives it for the drawing being edited.
     std::wstring current = fresh.currentLayer();
     if (kdedCurrentDatabase() == m_db) {
-        resbuf rb{};
-        if (kdedGetVar(L"CLAYER", &rb) == RTNORM && rb.restype == RTSTR && rb.resval.rstring) {
-            current = rb.resval.rstring;
-            std::free(rb.resval.rstring);
-        }
+        bool read = false;
+        const std::wstring clayer = tv::textSystemVariable(L"CLAYER", &read);
+        if (read)
+            current = clayer;
     }
     const bool namedPlotStyles = !m_db->plotStyleMode();
     LayerArray captured;

@@ -100,7 +100,7 @@ def nesting_settings(r):
     # "Entity": the picked object's own layer, prefixed inside the external reference. The
     # setting stays for the next run of the command while the module is loaded.
     out, doc = r.run("nest-entity", [
-        "LAYFRZ", "Settings", "Block", "Entity", "eXit",
+        "LAYFRZ", "Settings", "Block", "Entity", "", "eXit",
         "LAYFRZ", "pick " + p["inner"], "pick " + p["leaves"], "Settings", "Block", "", "eXit"])
     if doc:
         check(frozen(doc) == {"Inner", "SITE|Leaves"},
@@ -108,7 +108,7 @@ def nesting_settings(r):
         check("nesting level [Block/Entity/No nesting] <Entity>" in out,
               "the nesting setting was not kept between runs")
     # "Block" chooses as "No" does.
-    out, doc = r.run("nest-block", ["LAYFRZ", "Settings", "Block", "Block", inner_chain,
+    out, doc = r.run("nest-block", ["LAYFRZ", "Settings", "Block", "Block", "", inner_chain,
                                     "pick " + p["leaves"], "eXit"])
     if doc:
         check(frozen(doc) == {"BlkInner", "SITE|TreeRefs"},
@@ -141,8 +141,8 @@ def viewports(r):
     # On the sheet itself (CVPORT 1) and in model space the freeze is global whatever the mode.
     out, doc = r.run("viewports", [
         "LAYOUT", "Sheet", "CVPORT", "2",
-        "LAYFRZ", "pick " + p["walls"], "Settings", "Viewports", "Freeze", "pick " + p["doors"],
-        "Settings", "Viewports", "Vpfreeze", "eXit",
+        "LAYFRZ", "pick " + p["walls"], "Settings", "Viewports", "Freeze", "",
+        "pick " + p["doors"], "Settings", "Viewports", "Vpfreeze", "", "eXit",
         # On the sheet a point picks paper space, so the model-space object goes by handle.
         "CVPORT", "1", "LAYFRZ", "pick %s via %s" % (r.h["site_trees"], r.h["site"]), "eXit",
         "LAYOUT", "Model", "LAYFRZ", "pick " + p["inner"], "eXit"])

@@ -169,9 +169,9 @@ TEST(FilterExpressionLineweight, EveryStandardLineweightSurvivesTheInchText) {
                   value);
         EXPECT_EQ(tv::lineweightConditionValue(tv::lineweightCellText(value, mm), mm), value);
     }
-    // Any negative value shows the default word; a text that is no number is kept as it is.
+    // Any negative value shows the default word; a text that is no number reads as 0.
     EXPECT_EQ(tv::lineweightCellText(L"-1", inches), inches.defaultLineweightWord);
-    EXPECT_EQ(tv::lineweightCellText(L"thick", mm), L"thick");
+    EXPECT_EQ(tv::lineweightCellText(L"thick", mm), L"0.00 mm");
     EXPECT_EQ(tv::lineweightConditionValue(L"thick", mm), L"thick");
     // A cell without the unit mark of the current unit is written as it stands.
     EXPECT_EQ(tv::lineweightConditionValue(L"0.30 mm", inches), L"0.30 mm");
@@ -180,22 +180,23 @@ TEST(FilterExpressionLineweight, EveryStandardLineweightSurvivesTheInchText) {
 
 TEST(FilterExpressionReader, SeparatorsAndQuotesInsideValuesAreNotProtected) {
     const TvFilterEnvironment env = environment();
-    // " OR " inside a name cuts it; the rest has no "==" and is dropped.
+    // " OR " inside a name cuts it; the rest has no "==" and becomes a row without clauses.
     const std::wstring cut = write(gridOf({{{tv::kFilterColumnName, L"A OR B"}}}), env);
     EXPECT_EQ(cut, LR"(NAME=="A OR B")");
     TvFilterConditionRows rows = tv::splitFilterExpression(cut);
-    ASSERT_EQ(rows.size(), 1u);
+    ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(*rows[0].find(L"NAME"), L"A");
+    EXPECT_TRUE(rows[1].empty());
     // " AND " likewise; the tail becomes a clause of its own when it holds "==".
     rows = tv::splitFilterExpression(LR"(NAME=="X AND LINETYPE==DASHED")");
     ASSERT_EQ(rows.size(), 1u);
     EXPECT_EQ(*rows[0].find(L"NAME"), L"X");
     EXPECT_EQ(*rows[0].find(L"LINETYPE"), L"DASHED");
-    // Every quote at either end of a value goes, blanks around it too.
+    // Every quote at either end of a value goes, then the blanks: a quote behind a blank stays.
     rows = tv::splitFilterExpression(LR"(NAME==""Q"" AND LINETYPE== "DOT" )");
     ASSERT_EQ(rows.size(), 1u);
     EXPECT_EQ(*rows[0].find(L"NAME"), L"Q");
-    EXPECT_EQ(*rows[0].find(L"LINETYPE"), L"DOT");
+    EXPECT_EQ(*rows[0].find(L"LINETYPE"), L"\"DOT");
     // Trailing " ", "A", "N", "D", "O", "R" of values survive the writer's character trims.
     EXPECT_EQ(
         write(gridOf({{{tv::kFilterColumnName, L"BRAND"}}, {{tv::kFilterColumnName, L"OR"}}}), env),
@@ -213,7 +214,7 @@ TEST(FilterExpressionReader, MalformedTextIsSplitAsFarAsItGoes) {
         {L"   ", 0, 0},
         {LR"(NAME=="A" AND junk AND FROZEN=="TRUE")", 1, 2},
         {LR"(=="x" AND NAME=="A")", 1, 1},
-        {LR"(junk OR NAME=="A")", 1, 1},
+        {LR"(junk OR NAME=="A")", 2, 0},
         {LR"(NAME=="A" OR OR FROZEN=="TRUE")", 2, 1},
         {LR"(  NAME=="A"   OR   FROZEN=="TRUE"  )", 2, 1},
     };
