@@ -8,21 +8,11 @@
 #include "tv/KdDbDictionary.h"
 #include "tv/KdDbLayout.h"
 #include "tv/KdEdEditor.h"
+#include "tv/KdUtf8.h"
 
-#include <cwctype>
 #include <string>
 
 namespace {
-
-bool sameNameIgnoringCase(const std::wstring& a, const std::wstring& b) {
-    if (a.size() != b.size())
-        return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        if (std::towupper(a[i]) != std::towupper(b[i]))
-            return false;
-    }
-    return true;
-}
 
 /// The layout object of `db` named `name` (case ignored).
 KdDbObjectId findLayout(KdDbDatabase* db, const wchar_t* name) {
@@ -35,7 +25,7 @@ KdDbObjectId findLayout(KdDbDatabase* db, const wchar_t* name) {
         KdDbObjectPointer<KdDbLayout> layout(entry.id, KdDb::kForRead);
         if (!layout)
             continue;
-        if (sameNameIgnoringCase(layout->getLayoutName().kwszPtr(), name))
+        if (tvEqualsNoCase(layout->getLayoutName().kwszPtr(), name))
             return entry.id;
     }
     return {};

@@ -62,6 +62,21 @@ template <class T> const T* peek(KdDbObjectId id) {
     return dynamic_cast<const T*>(id.stub()->object);
 }
 
+/// The VERTEX objects that follow a POLYLINE at `ids[at]` (none for other types).
+void gatherVertices(std::string_view type, const std::vector<KdDbObjectId>& ids, size_t at,
+                    std::vector<const KdDbObject*>& vertices) {
+    vertices.clear();
+    if (type != "POLYLINE")
+        return;
+    for (size_t j = at + 1; j < ids.size(); ++j) {
+        const auto* v = peek<KdDbObject>(ids[j]);
+        if (v && v->dxfName() != "VERTEX")
+            break;
+        if (v)
+            vertices.push_back(v);
+    }
+}
+
 KdDbObjectId liveEntity(KdDbDatabase* db, uint64_t handle) {
     const KdDbObjectId id = db->objectIdOf(handle);
     return peek<KdDbEntity>(id) ? id : KdDbObjectId();
@@ -337,15 +352,7 @@ void PointPicker::walk(KdDbObjectId blockId, KdDbDatabase* db, const Affine& toW
             visitDimension(ent, ids[i], db, toWorld, show);
             continue;
         }
-        vertices.clear();
-        if (type == "POLYLINE")
-            for (size_t j = i + 1; j < ids.size(); ++j) {
-                const auto* v = peek<KdDbObject>(ids[j]);
-                if (v && v->dxfName() != "VERTEX")
-                    break;
-                if (v)
-                    vertices.push_back(v);
-            }
+        gatherVertices(type, ids, i, vertices);
         if (shapeOf(ent, vertices, m_shape))
             consider(planeDistance(m_shape, toWorld, m_x, m_y), ids[i], toWorld);
     }
@@ -504,15 +511,7 @@ Box3 PointPicker::extentsOf(KdDbObjectId blockId, KdDbDatabase* db) {
             box.add(groupPoint(ent, kInsertPointCode));
             continue;
         }
-        vertices.clear();
-        if (type == "POLYLINE")
-            for (size_t j = i + 1; j < ids.size(); ++j) {
-                const auto* v = peek<KdDbObject>(ids[j]);
-                if (v && v->dxfName() != "VERTEX")
-                    break;
-                if (v)
-                    vertices.push_back(v);
-            }
+        gatherVertices(type, ids, i, vertices);
         if (shapeOf(ent, vertices, m_shape))
             box.add(blockBox(m_shape));
     }

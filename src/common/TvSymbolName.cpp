@@ -1,7 +1,7 @@
 // The rules for names of layers, filters and layer states.
 #include "common/TvSymbolName.h"
 
-#include <cwctype>
+#include "tv/KdUtf8.h"
 
 namespace tv {
 namespace {
@@ -84,13 +84,7 @@ std::wstring trimBlanks(std::wstring_view text) {
 }
 
 bool sameNameIgnoringCase(std::wstring_view a, std::wstring_view b) {
-    if (a.size() != b.size())
-        return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        if (std::towupper(a[i]) != std::towupper(b[i]))
-            return false;
-    }
-    return true;
+    return tvEqualsNoCase(a, b);
 }
 
 } // namespace tv
