@@ -20,7 +20,9 @@ saved="$work/office-demo.dxf"
 build/app/tvcad --script "$work/demo.scr" samples/office.dxf
 echo
 echo "The changed drawing was saved as $saved; its layers as read back:"
-build/tools/tvdxf layers "$saved" | grep -E '^(name|DEMO-NEW|A-FURN-0004|P-PIPE-0008|S-FLOR-OTLN-0019) '
+build/tools/tvdxf layers "$saved" |
+    grep -E '^(name|DEMO-NEW|A-FURN-0004|P-PIPE-0008|S-FLOR-OTLN-0019|A GRID 0026|E-FLOR-0001) '
 echo
 echo "A-FURN-0004 and P-PIPE-0008 were frozen by the script and thawed again by restoring the"
-echo "frozen property of the layer state \"As drawn\", which the drawing now holds."
+echo "frozen property of the layer state \"As drawn\", which the drawing now holds. LAYFRZ froze"
+echo "A GRID 0026 by a pick; LAYISO turned off every layer but two and LAYUNISO turned them on again."
