@@ -87,20 +87,23 @@ void KdScriptedUi::expectMessageBox(int button, std::wstring_view textContains) 
     expect(std::move(a));
 }
 
-void KdScriptedUi::expectOpenFile(std::wstring_view path, std::wstring_view titleContains) {
+namespace {
+KdUiScriptedAnswer fileAnswer(KdUiPromptKind kind, std::wstring_view path,
+                              std::wstring_view titleContains) {
     KdUiScriptedAnswer a;
-    a.kind = KdUiPromptKind::kOpenFile;
+    a.kind = kind;
     a.path = path;
     a.expectText = titleContains;
-    expect(std::move(a));
+    return a;
+}
+} // namespace
+
+void KdScriptedUi::expectOpenFile(std::wstring_view path, std::wstring_view titleContains) {
+    expect(fileAnswer(KdUiPromptKind::kOpenFile, path, titleContains));
 }
 
 void KdScriptedUi::expectSaveFile(std::wstring_view path, std::wstring_view titleContains) {
-    KdUiScriptedAnswer a;
-    a.kind = KdUiPromptKind::kSaveFile;
-    a.path = path;
-    a.expectText = titleContains;
-    expect(std::move(a));
+    expect(fileAnswer(KdUiPromptKind::kSaveFile, path, titleContains));
 }
 
 void KdScriptedUi::expectColor(const KdCmColor& color, std::wstring_view initialContains) {
