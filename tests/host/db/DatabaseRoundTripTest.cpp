@@ -4,6 +4,8 @@
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -14,6 +16,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -59,15 +62,11 @@ std::string versionOf(const std::string& text) {
     return {};
 }
 
-struct LayerSummary {
-    int colorIndex;
-    bool off;
-    bool frozen;
-    bool locked;
-};
+// Colour, off, frozen and locked of each layer by name.
+using LayerSummary = std::map<std::wstring, std::tuple<int, bool, bool, bool>>;
 
-std::map<std::wstring, LayerSummary> layerSummary(KdDbDatabase& db) {
-    std::map<std::wstring, LayerSummary> out;
+LayerSummary layerSummary(KdDbDatabase& db) {
+    LayerSummary out;
     KdDbLayerTable* table = nullptr;
     EXPECT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
     if (!table)
@@ -118,18 +117,9 @@ TEST_P(DrawingRoundTrip, WritesBackWhatItRead) {
     // converted drawing must be stable.
     KdDbDatabase again(false);
     ASSERT_EQ(again.readDxfBuffer(written, &err), Kdad::eOk) << err;
-    auto before = layerSummary(db);
-    auto after = layerSummary(again);
+    const LayerSummary before = layerSummary(db);
     ASSERT_FALSE(before.empty());
-    EXPECT_EQ(before.size(), after.size());
-    for (const auto& [name, props] : before) {
-        auto it = after.find(name);
-        ASSERT_NE(it, after.end()) << "layer lost: " << KdString(name).utf8();
-        EXPECT_EQ(it->second.colorIndex, props.colorIndex) << KdString(name).utf8();
-        EXPECT_EQ(it->second.off, props.off) << KdString(name).utf8();
-        EXPECT_EQ(it->second.frozen, props.frozen) << KdString(name).utf8();
-        EXPECT_EQ(it->second.locked, props.locked) << KdString(name).utf8();
-    }
+    EXPECT_EQ(layerSummary(again), before);
     std::string second;
     ASSERT_EQ(again.writeDxf(second), Kdad::eOk);
     EXPECT_TRUE(sameTags(written, second));
@@ -173,19 +163,10 @@ TEST_F(SaveAsTest, KeepsThePreviousFileAsBakAndLeavesNoTemporaryFile) {
     std::string err;
     ASSERT_EQ(db.saveAs(target.c_str(), &err), Kdad::eOk) << err;
     const std::string first = readWholeFile(target);
-    std::string expectedFirst;
-    ASSERT_EQ(db.writeDxf(expectedFirst), Kdad::eOk);
-    EXPECT_EQ(first, expectedFirst);
+    EXPECT_EQ(first, tvtest::drawingText(db));
     EXPECT_EQ(folderContents(), std::vector<std::string>{"out.dxf"});
 
-    {
-        KdDbLayerTable* table = nullptr;
-        ASSERT_EQ(db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
-        auto* layer = new KdDbLayerTableRecord;
-        ASSERT_EQ(layer->setName(L"Second"), Kdad::eOk);
-        ASSERT_EQ(table->add(layer), Kdad::eOk);
-        table->close();
-    }
+    ASSERT_FALSE(tvtest::addLayer(db, L"Second").isNull());
     ASSERT_EQ(db.saveAs(target.c_str(), &err), Kdad::eOk) << err;
     EXPECT_EQ(readWholeFile(m_dir / "out.bak"), first);
     const std::string second = readWholeFile(target);
@@ -200,10 +181,7 @@ TEST_F(SaveAsTest, KeepsThePreviousFileAsBakAndLeavesNoTemporaryFile) {
 
     KdDbDatabase reread(false);
     ASSERT_EQ(reread.readDxfFile(target.c_str(), &err), Kdad::eOk) << err;
-    KdDbLayerTable* table = nullptr;
-    ASSERT_EQ(reread.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    EXPECT_TRUE(table->has(L"Second"));
-    table->close();
+    EXPECT_FALSE(tvtest::findLayer(reread, L"Second").isNull());
 }
 
 TEST_F(SaveAsTest, FailsWithAMessageWhenTheFolderDoesNotExist) {

@@ -6,6 +6,8 @@
 #include "tv/KdDbXrecord.h"
 #include "tv/KdResbuf.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -30,11 +32,7 @@ protected:
     void SetUp() override {
         KdDbObjectPointer<KdDbDictionary> nod(m_db.namedObjectsDictionaryId(), KdDb::kForWrite);
         ASSERT_TRUE(nod);
-        auto dict = std::make_unique<KdDbDictionary>();
-        KdDbDictionary* raw = dict.get();
-        ASSERT_EQ(nod->setAt(L"TV_TEST", raw, m_dictId), Kdad::eOk);
-        dict.release();
-        EXPECT_EQ(raw->objectId(), m_dictId);
+        ASSERT_EQ(nod->setAt(L"TV_TEST", new KdDbDictionary, m_dictId), Kdad::eOk);
     }
 
     // Adds an xrecord under `key` with one string, returns its id.
@@ -57,12 +55,6 @@ protected:
             EXPECT_EQ(x->setFromRbChain(data.get()), Kdad::eOk);
         }
         return id;
-    }
-
-    void reload(KdDbDatabase& out) {
-        std::string text, err;
-        ASSERT_EQ(m_db.writeDxf(text), Kdad::eOk);
-        ASSERT_EQ(out.readDxfBuffer(text, &err), Kdad::eOk) << err;
     }
 
     KdDbObjectId childDictOf(KdDbDatabase& db) {
@@ -160,9 +152,8 @@ TEST_F(DictionaryTest, RemoveRenameEraseAndCount) {
 
     // Saved and read back: the erased entry and the removed object are gone.
     dict.close();
-    KdDbDatabase re(false);
-    reload(re);
-    KdDbObjectPointer<KdDbDictionary> reDict(childDictOf(re), KdDb::kForRead);
+    auto re = tvtest::reloaded(m_db);
+    KdDbObjectPointer<KdDbDictionary> reDict(childDictOf(*re), KdDb::kForRead);
     ASSERT_TRUE(reDict);
     EXPECT_EQ(keysOf(*reDict.get()), std::vector<std::wstring>{L"GAMMA"});
     EXPECT_EQ(reDict->numEntries(), 1u);
@@ -172,9 +163,8 @@ TEST_F(DictionaryTest, EntriesSurviveReloadInOrder) {
     const std::vector<std::wstring> keys = {L"Zeta", L"alpha", L"Mid key", L"Ünïcødé 键", L"b"};
     for (const std::wstring& k : keys)
         ASSERT_FALSE(addXrecord(k.c_str(), (L"value of " + k).c_str()).isNull());
-    KdDbDatabase re(false);
-    reload(re);
-    const KdDbObjectId dictId = childDictOf(re);
+    auto re = tvtest::reloaded(m_db);
+    const KdDbObjectId dictId = childDictOf(*re);
     KdDbObjectPointer<KdDbDictionary> dict(dictId, KdDb::kForRead);
     ASSERT_TRUE(dict);
     EXPECT_EQ(keysOf(*dict.get()), keys);
@@ -195,64 +185,30 @@ TEST_F(DictionaryTest, EntriesSurviveReloadInOrder) {
 // Checks `rb` against the list the round-trip test stores; `db` resolves the names.
 void expectStoredList(const resbuf* rb, KdDbDatabase& db, uint64_t layerHandle,
                       const std::wstring& text) {
-    auto next = [&rb](int code) {
-        EXPECT_TRUE(rb) << "list ends before group " << code;
-        if (!rb)
-            return false;
-        EXPECT_EQ(rb->restype, code);
-        return rb->restype == code;
-    };
-    if (next(1)) {
-        EXPECT_EQ(std::wstring(rb->resval.rstring), text);
+    std::vector<const resbuf*> e;
+    std::vector<int> codes;
+    for (; rb; rb = rb->rbnext) {
+        e.push_back(rb);
+        codes.push_back(rb->restype);
     }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(40)) {
-        EXPECT_DOUBLE_EQ(rb->resval.rreal, 1.0 / 3.0);
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(41)) {
-        EXPECT_DOUBLE_EQ(rb->resval.rreal, -1.5e-300);
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(70)) {
-        EXPECT_EQ(rb->resval.rint, SHRT_MIN);
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(71)) {
-        EXPECT_EQ(rb->resval.rint, SHRT_MAX);
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(90)) {
-        EXPECT_EQ(rb->resval.rlong, INT32_MIN);
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(91)) {
-        EXPECT_EQ(rb->resval.rlong, INT32_MAX);
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(10)) {
-        EXPECT_DOUBLE_EQ(rb->resval.rpoint[0], 1.25);
-        EXPECT_DOUBLE_EQ(rb->resval.rpoint[1], -2.5);
-        EXPECT_DOUBLE_EQ(rb->resval.rpoint[2], 1e6);
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(330)) {
-        KdDbObjectId id;
-        EXPECT_EQ(kddbGetObjectId(id, rb->resval.rlname), RTNORM);
-        EXPECT_EQ(id.handle().value(), layerHandle);
-        EXPECT_EQ(id.database(), &db);
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(310)) {
-        ASSERT_EQ(rb->resval.rbinary.clen, 5);
-        EXPECT_EQ(std::memcmp(rb->resval.rbinary.buf, "\x00\x7F\x80\xFF\x0A", 5), 0);
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    if (next(1000)) {
-        EXPECT_EQ(std::wstring(rb->resval.rstring), L"");
-    }
-    rb = rb ? rb->rbnext : nullptr;
-    EXPECT_EQ(rb, nullptr) << "extra entries";
+    ASSERT_EQ(codes, (std::vector<int>{1, 40, 41, 70, 71, 90, 91, 10, 330, 310, 1000}));
+    EXPECT_EQ(std::wstring(e[0]->resval.rstring), text);
+    EXPECT_DOUBLE_EQ(e[1]->resval.rreal, 1.0 / 3.0);
+    EXPECT_DOUBLE_EQ(e[2]->resval.rreal, -1.5e-300);
+    EXPECT_EQ(e[3]->resval.rint, SHRT_MIN);
+    EXPECT_EQ(e[4]->resval.rint, SHRT_MAX);
+    EXPECT_EQ(e[5]->resval.rlong, INT32_MIN);
+    EXPECT_EQ(e[6]->resval.rlong, INT32_MAX);
+    EXPECT_DOUBLE_EQ(e[7]->resval.rpoint[0], 1.25);
+    EXPECT_DOUBLE_EQ(e[7]->resval.rpoint[1], -2.5);
+    EXPECT_DOUBLE_EQ(e[7]->resval.rpoint[2], 1e6);
+    KdDbObjectId id;
+    EXPECT_EQ(kddbGetObjectId(id, e[8]->resval.rlname), RTNORM);
+    EXPECT_EQ(id.handle().value(), layerHandle);
+    EXPECT_EQ(id.database(), &db);
+    ASSERT_EQ(e[9]->resval.rbinary.clen, 5);
+    EXPECT_EQ(std::memcmp(e[9]->resval.rbinary.buf, "\x00\x7F\x80\xFF\x0A", 5), 0);
+    EXPECT_EQ(std::wstring(e[10]->resval.rstring), L"");
 }
 
 TEST_F(DictionaryTest, XrecordDataRoundTrip) {
@@ -278,16 +234,15 @@ TEST_F(DictionaryTest, XrecordDataRoundTrip) {
         KdResbufPtr owned(viaStatus);
         expectStoredList(owned.get(), m_db, layer.handle().value(), text);
     }
-    KdDbDatabase re(false);
-    reload(re);
-    KdDbObjectPointer<KdDbDictionary> dict(childDictOf(re), KdDb::kForRead);
+    auto re = tvtest::reloaded(m_db);
+    KdDbObjectPointer<KdDbDictionary> dict(childDictOf(*re), KdDb::kForRead);
     ASSERT_TRUE(dict);
     KdDbObjectId reId;
     ASSERT_EQ(dict->getAt(L"data", reId), Kdad::eOk);
     KdDbObjectPointer<KdDbXrecord> x(reId, KdDb::kForRead);
     ASSERT_TRUE(x);
     KdResbufPtr back(x->rbChain());
-    expectStoredList(back.get(), re, layer.handle().value(), text);
+    expectStoredList(back.get(), *re, layer.handle().value(), text);
 
     // Emptied, it gives no list at all.
     x.close();
@@ -299,8 +254,7 @@ TEST_F(DictionaryTest, XrecordDataRoundTrip) {
 
 TEST_F(DictionaryTest, XrecordRefusesCodesItCannotHold) {
     const KdDbObjectId xid = addXrecord(L"Kept", L"original");
-    std::string before;
-    ASSERT_EQ(m_db.writeDxf(before), Kdad::eOk);
+    const std::string before = tvtest::drawingText(m_db);
     KdDbObjectPointer<KdDbXrecord> x(xid, KdDb::kForWrite);
     ASSERT_TRUE(x);
     for (int bad : {0, -1, 5005, 100, 1001}) {
@@ -317,9 +271,7 @@ TEST_F(DictionaryTest, XrecordRefusesCodesItCannotHold) {
     EXPECT_EQ(std::wstring(data->resval.rstring), L"original");
     EXPECT_EQ(data->rbnext, nullptr);
     x.close();
-    std::string after;
-    ASSERT_EQ(m_db.writeDxf(after), Kdad::eOk);
-    EXPECT_TRUE(after == before) << "a refused list changed the drawing";
+    EXPECT_TRUE(tvtest::drawingText(m_db) == before) << "a refused list changed the drawing";
 }
 
 TEST_F(DictionaryTest, ExtensionDictionaryOfALayerSurvivesReload) {
@@ -348,16 +300,15 @@ TEST_F(DictionaryTest, ExtensionDictionaryOfALayerSurvivesReload) {
         KdDbObjectId id;
         ASSERT_EQ(xdict->setAt(L"TV_NOTE", new KdDbXrecord, id), Kdad::eOk);
     }
-    KdDbDatabase re(false);
-    reload(re);
-    KdDbObjectPointer<KdDbLayerTableRecord> layer(re.layerZero(), KdDb::kForRead);
+    auto re = tvtest::reloaded(m_db);
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(re->layerZero(), KdDb::kForRead);
     ASSERT_TRUE(layer);
     const KdDbObjectId reXdict = layer->extensionDictionary();
     ASSERT_FALSE(reXdict.isNull());
     EXPECT_EQ(reXdict.handle().value(), xdictId.handle().value());
     KdDbObjectPointer<KdDbDictionary> xdict(reXdict, KdDb::kForRead);
     ASSERT_TRUE(xdict);
-    EXPECT_EQ(xdict->ownerId(), re.layerZero());
+    EXPECT_EQ(xdict->ownerId(), re->layerZero());
     EXPECT_TRUE(xdict->has(L"tv_note"));
 }
 

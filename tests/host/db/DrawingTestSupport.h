@@ -1,4 +1,5 @@
-// Helpers shared by the database tests: layers by name, whole-drawing text and its comparison.
+// Helpers shared by the database tests: layers by name, whole-drawing text and its comparison,
+// and a fixture that reads a test drawing.
 #pragma once
 
 #include "tv/KdDbDatabase.h"
@@ -8,8 +9,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace tvtest {
 
@@ -80,5 +84,47 @@ inline std::string firstDifference(const std::string& a, const std::string& b) {
     return "line " + std::to_string(line) + ": \"" + a.substr(from, 60) + "\" vs \"" +
            b.substr(from, 60) + "\"";
 }
+
+/// A drawing read from a test file before each test, and its text as read; the test is skipped
+/// when the file is missing.
+class DrawingFileTest : public ::testing::Test {
+protected:
+    explicit DrawingFileTest(std::string path) : m_path(std::move(path)) {}
+
+    void SetUp() override {
+        if (!std::filesystem::exists(m_path))
+            GTEST_SKIP() << m_path << " is missing";
+        std::string err;
+        ASSERT_EQ(m_db.readDxfFile(m_path.c_str(), &err), Kdad::eOk) << err;
+        m_original = text();
+    }
+
+    std::string text() { return drawingText(m_db); }
+    KdDbObjectId layerId(const wchar_t* name) { return findLayer(m_db, name); }
+    KdDbObjectId addLayer(const wchar_t* name) { return tvtest::addLayer(m_db, name); }
+
+    int colorOf(const wchar_t* name) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForRead);
+        return layer ? layer->color().colorIndex() : -1;
+    }
+
+    void setColor(const wchar_t* name, uint16_t index) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForWrite);
+        ASSERT_TRUE(layer) << "cannot open " << KdString(name).utf8();
+        KdCmColor c;
+        ASSERT_EQ(c.setColorIndex(index), Kdad::eOk);
+        ASSERT_EQ(layer->setColor(c), Kdad::eOk);
+    }
+
+    void rename(const wchar_t* from, const wchar_t* to) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(from), KdDb::kForWrite);
+        ASSERT_TRUE(layer) << "cannot open " << KdString(from).utf8();
+        ASSERT_EQ(layer->setName(to), Kdad::eOk);
+    }
+
+    std::string m_path;
+    KdDbDatabase m_db{false};
+    std::string m_original;
+};
 
 } // namespace tvtest

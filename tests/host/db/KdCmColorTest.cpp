@@ -9,18 +9,7 @@ namespace {
 
 namespace cm = KdCmEntityColor;
 
-TEST(KdColorPalette, StandardColoursBandsAndGreys) {
-    const uint32_t standard[] = {0xFF0000, 0xFFFF00, 0x00FF00, 0x00FFFF, 0x0000FF,
-                                 0xFF00FF, 0xFFFFFF, 0x808080, 0xC0C0C0};
-    for (int i = 1; i <= 9; ++i)
-        EXPECT_EQ(kdedGetRGB(i), standard[i - 1]) << "index " << i;
-    EXPECT_EQ(kdedGetRGB(10), 0xFF0000u);
-    EXPECT_EQ(kdedGetRGB(11), 0xFF7F7Fu); // half saturation
-    EXPECT_EQ(kdedGetRGB(30), 0xFF7F00u);
-    EXPECT_EQ(kdedGetRGB(249), 0x4C262Fu);
-    const uint32_t greys[] = {0x333333, 0x505050, 0x696969, 0x828282, 0xBEBEBE, 0xFFFFFF};
-    for (int i = 250; i <= 255; ++i)
-        EXPECT_EQ(kdedGetRGB(i), greys[i - 250]) << "index " << i;
+TEST(KdColorPalette, ByLayerIsWhiteAndIndexesOutsideThePaletteAreBlack) {
     EXPECT_EQ(kdedGetRGB(0), 0x000000u);
     EXPECT_EQ(kdedGetRGB(256), 0xFFFFFFu);
     EXPECT_EQ(kdedGetRGB(-1), 0u);
@@ -38,32 +27,11 @@ TEST(KdColorPalette, NearestIndexRoundTripsEveryPaletteColour) {
     }
     EXPECT_EQ(kdcmNearestColorIndex(255, 0, 0), 1);     // not 10
     EXPECT_EQ(kdcmNearestColorIndex(255, 255, 255), 7); // not 255
-}
-
-TEST(KdColorPalette, NearestIndexOfColoursOffThePalette) {
+    // Colours off the palette.
     EXPECT_EQ(kdcmNearestColorIndex(250, 5, 5), 1);
     EXPECT_EQ(kdcmNearestColorIndex(250, 130, 3), 30);
     EXPECT_EQ(kdcmNearestColorIndex(200, 200, 200), 9);
     EXPECT_EQ(kdcmNearestColorIndex(100, 100, 100), 252);
-}
-
-TEST(KdColorPalette, LocalizedNames) {
-    const wchar_t* const* names = kdcmGetLocalizedColorNames();
-    EXPECT_STREQ(names[0], L"ByBlock");
-    EXPECT_STREQ(names[1], L"Red");
-    EXPECT_STREQ(names[5], L"Blue");
-    EXPECT_STREQ(names[7], L"White");
-    EXPECT_EQ(names[8], nullptr);
-    EXPECT_EQ(names[255], nullptr);
-    EXPECT_STREQ(names[256], L"ByLayer");
-}
-
-TEST(KdCmColor, DefaultIsByLayer) {
-    const KdCmColor c;
-    EXPECT_TRUE(c.isByLayer());
-    EXPECT_EQ(c.colorIndex(), 256);
-    EXPECT_EQ(c.color(), 0xC0000000u);
-    EXPECT_EQ(c.colorNameForDisplay(), L"ByLayer");
 }
 
 TEST(KdCmColor, IndexZeroAndTwoFiftySixAreLogicalColours) {

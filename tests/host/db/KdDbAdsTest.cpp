@@ -6,11 +6,11 @@
 #include "tv/KdDbEntity.h"
 #include "tv/KdDbSymbolTable.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cwchar>
-#include <filesystem>
 #include <set>
 #include <sstream>
 #include <string>
@@ -18,13 +18,7 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
-std::string dxfOf(KdDbDatabase& db) {
-    std::string out;
-    EXPECT_EQ(db.writeDxf(out), Kdad::eOk);
-    return out;
-}
+using tvtest::drawingText;
 
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
@@ -38,18 +32,15 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-/// (group code line, old value, new value) of every value line that differs; the texts must
-/// have the same number of lines.
-struct LineChange {
-    std::string code, before, after;
-};
-std::vector<LineChange> changedLines(const std::string& a, const std::string& b) {
+/// "code: old -> new" for every value line that differs; the texts must have the same number
+/// of lines.
+std::vector<std::string> changedLines(const std::string& a, const std::string& b) {
     std::vector<std::string> la = linesOf(a), lb = linesOf(b);
     EXPECT_EQ(la.size(), lb.size());
-    std::vector<LineChange> out;
+    std::vector<std::string> out;
     for (size_t i = 0; i < la.size() && i < lb.size(); ++i)
         if (la[i] != lb[i])
-            out.push_back({i > 0 ? la[i - 1] : "", la[i], lb[i]});
+            out.push_back((i > 0 ? la[i - 1] : "") + ": " + la[i] + " -> " + lb[i]);
     return out;
 }
 
@@ -60,7 +51,7 @@ resbuf* entry(resbuf* rb, int code, int nth = 0) {
     return nullptr;
 }
 
-std::wstring text(resbuf* rb, int code) {
+std::wstring textAt(resbuf* rb, int code) {
     resbuf* e = entry(rb, code);
     return e && e->resval.rstring ? e->resval.rstring : L"<none>";
 }
@@ -110,41 +101,33 @@ TEST_F(KdDbAdsTest, NamesAndIdsRoundTrip) {
     EXPECT_EQ(kddbGetObjectId(id, zero), RTERROR);
     EXPECT_EQ(kddbEntGet(zero), nullptr);
 
+    // The list starts with the name and the type.
     KdResbufPtr list(kddbEntGet(name));
-    ASSERT_TRUE(list);
+    ASSERT_TRUE(list && list->rbnext);
     EXPECT_EQ(list->restype, -1);
     EXPECT_EQ(list->resval.rlname[0], name[0]);
-    ASSERT_TRUE(list->rbnext);
     EXPECT_EQ(list->rbnext->restype, 0);
-    EXPECT_EQ(text(list.get(), 0), L"LAYER");
-    EXPECT_EQ(text(list.get(), 2), L"0");
+    EXPECT_EQ(textAt(list.get(), 2), L"0");
 }
 
 TEST_F(KdDbAdsTest, EntModChangesExactlyTheGivenTags) {
     kd_name layer;
     makeLayer(L"Walls", layer, 3);
-    std::string before = dxfOf(m_db);
+    std::string before = drawingText(m_db);
 
     KdResbufPtr list(kddbEntGet(layer));
     ASSERT_TRUE(list);
     entry(list.get(), 62)->resval.rint = 1;
     entry(list.get(), 70)->resval.rint = 1;
     ASSERT_EQ(kddbEntMod(list.get()), RTNORM);
-
-    auto changes = changedLines(before, dxfOf(m_db));
-    ASSERT_EQ(changes.size(), 2u);
-    EXPECT_EQ(changes[0].code, "70");
-    EXPECT_EQ(changes[0].before, "0");
-    EXPECT_EQ(changes[0].after, "1");
-    EXPECT_EQ(changes[1].code, "62");
-    EXPECT_EQ(changes[1].before, "3");
-    EXPECT_EQ(changes[1].after, "1");
+    EXPECT_EQ(changedLines(before, drawingText(m_db)),
+              (std::vector<std::string>{"70: 0 -> 1", "62: 3 -> 1"}));
 
     // A short list touches only its own codes; the same values again change nothing.
-    before = dxfOf(m_db);
+    before = drawingText(m_db);
     KdResbufPtr shortList(kdutBuildList(-1, layer, 62, 1, RTNONE));
     ASSERT_EQ(kddbEntMod(shortList.get()), RTNORM);
-    EXPECT_EQ(dxfOf(m_db), before);
+    EXPECT_EQ(drawingText(m_db), before);
 
     // A rename keeps the table's index, and entities show the present name of their layer.
     kd_name line;
@@ -154,26 +137,23 @@ TEST_F(KdDbAdsTest, EntModChangesExactlyTheGivenTags) {
     EXPECT_EQ(kddbTblSearch(L"LAYER", L"Walls", 0), nullptr);
     KdResbufPtr renamed(kddbTblSearch(L"layer", L"OUTER WALLS", 0));
     ASSERT_TRUE(renamed);
-    EXPECT_EQ(text(renamed.get(), 2), L"Outer walls");
+    EXPECT_EQ(textAt(renamed.get(), 2), L"Outer walls");
     KdResbufPtr lineData(kddbEntGet(line));
-    EXPECT_EQ(text(lineData.get(), 8), L"Outer walls");
+    EXPECT_EQ(textAt(lineData.get(), 8), L"Outer walls");
 }
 
 TEST_F(KdDbAdsTest, EntModOfEntityLayerPointAndAddedTags) {
     kd_name walls, line;
     makeLayer(L"Walls", walls);
     makeLine(L"0", line);
-    std::string before = dxfOf(m_db);
+    std::string before = drawingText(m_db);
 
     double p[3] = {7, 8, 0};
     KdResbufPtr list(kdutBuildList(-1, line, 8, L"walls", 11, p, RTNONE));
     ASSERT_EQ(kddbEntMod(list.get()), RTNORM);
-    auto changes = changedLines(before, dxfOf(m_db));
-    ASSERT_EQ(changes.size(), 3u);
-    EXPECT_EQ(changes[0].code, "8");
-    EXPECT_EQ(changes[0].after, "Walls"); // the record's spelling, not the list's
-    EXPECT_EQ(changes[1].after, "7.0");
-    EXPECT_EQ(changes[2].after, "8.0");
+    // The layer is written in the record's spelling, not the list's.
+    EXPECT_EQ(changedLines(before, drawingText(m_db)),
+              (std::vector<std::string>{"8: 0 -> Walls", "11: 4.0 -> 7.0", "21: 6.0 -> 8.0"}));
 
     KdDbObjectId id;
     ASSERT_EQ(kddbGetObjectId(id, line), RTNORM);
@@ -197,69 +177,51 @@ TEST_F(KdDbAdsTest, EntModOfEntityLayerPointAndAddedTags) {
     for (resbuf* rb = all.get(); rb; rb = rb->rbnext)
         codes.push_back(rb->restype);
     ASSERT_GE(codes.size(), 5u);
-    EXPECT_EQ(codes[codes.size() - 5], 62);
-    EXPECT_EQ(codes[codes.size() - 4], 370);
-    EXPECT_EQ(codes[codes.size() - 3], -3);
-    EXPECT_EQ(codes[codes.size() - 2], 1001);
-    EXPECT_EQ(text(all.get(), 1000), L"tag");
+    EXPECT_EQ(std::vector<int>(codes.end() - 5, codes.end() - 1),
+              (std::vector<int>{62, 370, -3, 1001}));
+    EXPECT_EQ(textAt(all.get(), 1000), L"tag");
 }
 
 TEST_F(KdDbAdsTest, BadListsChangeNothing) {
-    kd_name layer, other, line;
+    kd_name layer, other, line, zero, table;
     makeLayer(L"Walls", layer);
     makeLayer(L"Doors", other);
     makeLine(L"Walls", line);
-    const std::string before = dxfOf(m_db);
+    ASSERT_EQ(kddbGetQdsName(zero, m_db.layerZero()), RTNORM);
+    ASSERT_EQ(kddbGetQdsName(table, m_db.linetypeTableId()), RTNORM);
+    double origin[3] = {0, 0, 0};
+    const std::string before = drawingText(m_db);
 
     auto refused = [&](resbuf* list, const char* why) {
+        KdResbufPtr owned(list);
         EXPECT_EQ(kddbEntMod(list), RTERROR) << why;
-        EXPECT_EQ(dxfOf(m_db), before) << why;
+        EXPECT_EQ(drawingText(m_db), before) << why;
     };
-    kd_name tableName;
-    ASSERT_EQ(kddbGetQdsName(tableName, m_db.linetypeTableId()), RTNORM);
-    double origin[3] = {0, 0, 0};
-
-    KdResbufPtr noName(kdutBuildList(62, 1, RTNONE));
-    refused(noName.get(), "no -1");
+    refused(kdutBuildList(62, 1, RTNONE), "no -1");
     refused(nullptr, "null list");
-    KdResbufPtr wrongType(kdutBuildList(-1, layer, 0, L"LTYPE", 62, 1, RTNONE));
-    refused(wrongType.get(), "type differs");
-    KdResbufPtr wrongHandle(kdutBuildList(-1, layer, 62, 1, 5, L"FFFF", RTNONE));
-    refused(wrongHandle.get(), "handle differs");
-    KdResbufPtr newOwner(kdutBuildList(-1, layer, 330, tableName, RTNONE));
-    refused(newOwner.get(), "owner changes");
-    KdResbufPtr duplicate(kdutBuildList(-1, layer, 2, L"DOORS", RTNONE));
-    refused(duplicate.get(), "duplicate name");
-    KdResbufPtr badName(kdutBuildList(-1, layer, 2, L"a*b", RTNONE));
-    refused(badName.get(), "invalid name");
-    kd_name zeroName;
-    ASSERT_EQ(kddbGetQdsName(zeroName, m_db.layerZero()), RTNORM);
-    KdResbufPtr renameZero(kdutBuildList(-1, zeroName, 2, L"Zero", RTNONE));
-    refused(renameZero.get(), "layer 0 renamed");
-    KdResbufPtr color(kdutBuildList(-1, layer, 62, 257, RTNONE));
-    refused(color.get(), "colour 257");
-    KdResbufPtr colorLow(kdutBuildList(-1, layer, 62, -257, RTNONE));
-    refused(colorLow.get(), "colour -257");
-    KdResbufPtr weight(kdutBuildList(-1, layer, 370, 7, RTNONE));
-    refused(weight.get(), "lineweight 7");
-    KdResbufPtr ltype(kdutBuildList(-1, layer, 6, L"NoSuchLinetype", RTNONE));
-    refused(ltype.get(), "unknown linetype");
-    KdResbufPtr noLayer(kdutBuildList(-1, line, 8, L"NoSuchLayer", RTNONE));
-    refused(noLayer.get(), "unknown layer");
-    KdResbufPtr lineBreak(kdutBuildList(-1, line, 1, L"two\nlines", RTNONE));
-    refused(lineBreak.get(), "text with a line break");
-    KdResbufPtr unregistered(kdutBuildList(-1, line, -3, 1001, L"NOTREG", 1000, L"x", RTNONE));
-    refused(unregistered.get(), "unregistered application");
+    refused(kdutBuildList(-1, layer, 0, L"LTYPE", 62, 1, RTNONE), "type differs");
+    refused(kdutBuildList(-1, layer, 62, 1, 5, L"FFFF", RTNONE), "handle differs");
+    refused(kdutBuildList(-1, layer, 330, table, RTNONE), "owner changes");
+    refused(kdutBuildList(-1, layer, 2, L"DOORS", RTNONE), "duplicate name");
+    refused(kdutBuildList(-1, layer, 2, L"a*b", RTNONE), "invalid name");
+    refused(kdutBuildList(-1, zero, 2, L"Zero", RTNONE), "layer 0 renamed");
+    refused(kdutBuildList(-1, layer, 62, 257, RTNONE), "colour 257");
+    refused(kdutBuildList(-1, layer, 62, -257, RTNONE), "colour -257");
+    refused(kdutBuildList(-1, layer, 370, 7, RTNONE), "lineweight 7");
+    refused(kdutBuildList(-1, layer, 6, L"NoSuchLinetype", RTNONE), "unknown linetype");
+    refused(kdutBuildList(-1, line, 8, L"NoSuchLayer", RTNONE), "unknown layer");
+    refused(kdutBuildList(-1, line, 1, L"two\nlines", RTNONE), "text with a line break");
+    refused(kdutBuildList(-1, line, -3, 1001, L"NOTREG", 1000, L"x", RTNONE),
+            "unregistered application");
     // The good entries before a bad one are not applied either.
-    KdResbufPtr late(kdutBuildList(-1, line, 62, 1, 10, origin, 370, 7, RTNONE));
-    refused(late.get(), "bad entry after good ones");
+    refused(kdutBuildList(-1, line, 62, 1, 10, origin, 370, 7, RTNONE), "bad entry after good");
 
     // Boundaries that are allowed.
     KdResbufPtr edge(kdutBuildList(-1, layer, 62, -256, 370, -3, RTNONE));
     EXPECT_EQ(kddbEntMod(edge.get()), RTNORM);
 
     // An object that is open elsewhere or erased is not changed.
-    const std::string current = dxfOf(m_db);
+    const std::string current = drawingText(m_db);
     KdDbObjectId lineId;
     ASSERT_EQ(kddbGetObjectId(lineId, line), RTNORM);
     KdDbObject* open = nullptr;
@@ -268,23 +230,23 @@ TEST_F(KdDbAdsTest, BadListsChangeNothing) {
     EXPECT_EQ(kddbEntMod(color1.get()), RTERROR);
     open->close();
     ASSERT_EQ(kddbEntDel(line), RTNORM);
-    const std::string erased = dxfOf(m_db);
+    const std::string erased = drawingText(m_db);
     EXPECT_EQ(kddbEntMod(color1.get()), RTERROR);
-    EXPECT_EQ(dxfOf(m_db), erased);
+    EXPECT_EQ(drawingText(m_db), erased);
     EXPECT_NE(erased, current);
 }
 
 TEST_F(KdDbAdsTest, EntDelTogglesErased) {
     kd_name line;
     makeLine(L"0", line);
-    const std::string before = dxfOf(m_db);
+    const std::string before = drawingText(m_db);
     ASSERT_EQ(kddbEntDel(line), RTNORM);
     EXPECT_EQ(kddbEntGet(line), nullptr);
-    EXPECT_LT(dxfOf(m_db).size(), before.size());
+    EXPECT_LT(drawingText(m_db).size(), before.size());
     ASSERT_EQ(kddbEntDel(line), RTNORM);
     KdResbufPtr back(kddbEntGet(line));
     EXPECT_TRUE(back);
-    EXPECT_EQ(dxfOf(m_db), before);
+    EXPECT_EQ(drawingText(m_db), before);
 
     // Table records are not deleted this way.
     kd_name zero;
@@ -301,31 +263,29 @@ TEST_F(KdDbAdsTest, RegApp) {
     EXPECT_EQ(kddbRegApp(nullptr), RTERROR);
     KdResbufPtr rec(kddbTblSearch(L"APPID", L"MyApp", 0));
     ASSERT_TRUE(rec);
-    EXPECT_EQ(text(rec.get(), 2), L"MYAPP");
+    EXPECT_EQ(textAt(rec.get(), 2), L"MYAPP");
     kddbSetCurDwg(nullptr);
     EXPECT_EQ(kddbRegApp(L"OTHER"), RTERROR);
 }
 
 TEST_F(KdDbAdsTest, EntMakeRefusesBadLists) {
-    const std::string before = dxfOf(m_db);
+    const std::string before = drawingText(m_db);
+    auto refused = [](resbuf* list, const char* why) {
+        KdResbufPtr owned(list);
+        EXPECT_EQ(kddbEntMake(list), RTERROR) << why;
+    };
+    refused(kdutBuildList(2, L"L1", RTNONE), "no type");
+    refused(kdutBuildList(0, L"LAYER", 62, 1, RTNONE), "no name");
+    refused(kdutBuildList(0, L"LAYER", 2, L"0", RTNONE), "duplicate name");
+    refused(kdutBuildList(0, L"LAYER", 2, L"L1", 62, 300, RTNONE), "colour 300");
+    refused(kdutBuildList(0, L"LINE", 8, L"Nope", RTNONE), "unknown layer");
+    refused(kdutBuildList(0, L"LAYER", 2, L"L2", -3, 1001, L"NOTREG", RTNONE), "unregistered");
+    EXPECT_EQ(drawingText(m_db), before);
     KdResbufPtr noType(kdutBuildList(2, L"L1", RTNONE));
-    EXPECT_EQ(kddbEntMake(noType.get()), RTERROR);
-    KdResbufPtr noName(kdutBuildList(0, L"LAYER", 62, 1, RTNONE));
-    EXPECT_EQ(kddbEntMake(noName.get()), RTERROR);
-    KdResbufPtr dup(kdutBuildList(0, L"LAYER", 2, L"0", RTNONE));
-    EXPECT_EQ(kddbEntMake(dup.get()), RTERROR);
-    KdResbufPtr badColor(kdutBuildList(0, L"LAYER", 2, L"L1", 62, 300, RTNONE));
-    EXPECT_EQ(kddbEntMake(badColor.get()), RTERROR);
-    KdResbufPtr badLayer(kdutBuildList(0, L"LINE", 8, L"Nope", RTNONE));
-    EXPECT_EQ(kddbEntMake(badLayer.get()), RTERROR);
-    KdResbufPtr badXData(kdutBuildList(0, L"LAYER", 2, L"L2", -3, 1001, L"NOTREG", RTNONE));
-    EXPECT_EQ(kddbEntMake(badXData.get()), RTERROR);
-    EXPECT_EQ(dxfOf(m_db), before);
     kd_name made;
     EXPECT_EQ(kddbEntMakeX(noType.get(), made), RTERROR);
     kddbSetCurDwg(nullptr);
-    KdResbufPtr good(kdutBuildList(0, L"LAYER", 2, L"L3", RTNONE));
-    EXPECT_EQ(kddbEntMake(good.get()), RTERROR);
+    refused(kdutBuildList(0, L"LAYER", 2, L"L3", RTNONE), "no current drawing");
 }
 
 TEST_F(KdDbAdsTest, MadeObjectsSurviveSaveAndReload) {
@@ -341,7 +301,7 @@ TEST_F(KdDbAdsTest, MadeObjectsSurviveSaveAndReload) {
     kd_name xname;
     ASSERT_EQ(kddbEntMakeX(xrec.get(), xname), RTNORM);
     KdResbufPtr xdata(kddbEntGet(xname));
-    EXPECT_EQ(text(xdata.get(), 0), L"XRECORD");
+    EXPECT_EQ(textAt(xdata.get(), 0), L"XRECORD");
     kd_name nod;
     ASSERT_EQ(kddbNamedObjDict(nod), RTNORM);
     ASSERT_EQ(kddbDictAdd(nod, L"MY_DATA", xname), RTNORM);
@@ -361,15 +321,8 @@ TEST_F(KdDbAdsTest, MadeObjectsSurviveSaveAndReload) {
     ASSERT_TRUE(owner);
     EXPECT_EQ(owner->resval.rlname[0], nod[0]);
 
-    const fs::path path = fs::temp_directory_path() / "kddb_ads_made.dxf";
-    ASSERT_EQ(m_db.saveAs(path.string().c_str()), Kdad::eOk);
-    KdDbDatabase again(false);
-    std::string error;
-    ASSERT_EQ(again.readDxfFile(path.string().c_str(), &error), Kdad::eOk) << error;
-    std::remove(path.string().c_str());
-    fs::remove(path.string() + ".bak");
-    kddbSetCurDwg(&again);
-
+    auto again = tvtest::reloaded(m_db);
+    kddbSetCurDwg(again.get());
     KdResbufPtr apps(kdutBuildList(RTSTR, L"MYAPP", RTNONE));
     KdResbufPtr found(kddbTblSearch(L"LAYER", L"made", 0));
     ASSERT_TRUE(found);
@@ -387,8 +340,8 @@ TEST_F(KdDbAdsTest, MadeObjectsSurviveSaveAndReload) {
     ASSERT_EQ(kddbNamedObjDict(nod2), RTNORM);
     KdResbufPtr data(kddbDictSearch(nod2, L"my_data", 0));
     ASSERT_TRUE(data);
-    EXPECT_EQ(text(data.get(), 0), L"XRECORD");
-    EXPECT_EQ(text(data.get(), 1), L"hello");
+    EXPECT_EQ(textAt(data.get(), 0), L"XRECORD");
+    EXPECT_EQ(textAt(data.get(), 1), L"hello");
     EXPECT_EQ(entry(data.get(), 40)->resval.rreal, 1.5);
     EXPECT_EQ(entry(data.get(), 90)->resval.rlong, 7);
 }
@@ -398,7 +351,7 @@ TEST_F(KdDbAdsTest, DictNextWalksEntriesAndSetNextPositions) {
     ASSERT_EQ(kddbNamedObjDict(nod), RTNORM);
     std::vector<std::wstring> types;
     for (KdResbufPtr rb(kddbDictNext(nod, 1)); rb; rb.reset(kddbDictNext(nod, 0)))
-        types.push_back(text(rb.get(), 0));
+        types.push_back(textAt(rb.get(), 0));
     ASSERT_FALSE(types.empty());
     EXPECT_EQ(kddbDictNext(nod, 0), nullptr); // stays at the end
 
@@ -413,7 +366,7 @@ TEST_F(KdDbAdsTest, DictNextWalksEntriesAndSetNextPositions) {
     ASSERT_TRUE(found);
     KdResbufPtr next(kddbDictNext(nod, 0));
     ASSERT_TRUE(next);
-    EXPECT_EQ(text(next.get(), 1), L"b");
+    EXPECT_EQ(textAt(next.get(), 1), L"b");
     // An erased member is skipped.
     ASSERT_EQ(kddbEntDel(bn), RTNORM);
     EXPECT_EQ(kddbDictSearch(nod, L"ZZ_B", 0), nullptr);
@@ -421,19 +374,14 @@ TEST_F(KdDbAdsTest, DictNextWalksEntriesAndSetNextPositions) {
     EXPECT_EQ(kddbDictNext(nod, 0), nullptr);
 }
 
-class KdDbAdsShowcaseTest : public ::testing::Test {
+class KdDbAdsShowcaseTest : public tvtest::DrawingFileTest {
 protected:
+    KdDbAdsShowcaseTest() : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf") {}
     void SetUp() override {
-        const std::string path = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
-        std::error_code ec;
-        if (!fs::exists(path, ec))
-            GTEST_SKIP() << path << " is missing";
-        std::string error;
-        ASSERT_EQ(m_db.readDxfFile(path.c_str(), &error), Kdad::eOk) << error;
+        DrawingFileTest::SetUp();
         kddbSetCurDwg(&m_db);
     }
     void TearDown() override { kddbSetCurDwg(nullptr); }
-    KdDbDatabase m_db{false};
 };
 
 TEST_F(KdDbAdsShowcaseTest, TblNextWalksAllLayers) {
@@ -444,8 +392,8 @@ TEST_F(KdDbAdsShowcaseTest, TblNextWalksAllLayers) {
 
     std::vector<std::wstring> names;
     for (KdResbufPtr rb(kddbTblNext(L"LAYER", 1)); rb; rb.reset(kddbTblNext(L"layer", 0))) {
-        EXPECT_EQ(text(rb.get(), 0), L"LAYER");
-        names.push_back(text(rb.get(), 2));
+        EXPECT_EQ(textAt(rb.get(), 0), L"LAYER");
+        names.push_back(textAt(rb.get(), 2));
     }
     EXPECT_EQ(names.size(), count);
     EXPECT_EQ(std::set<std::wstring>(names.begin(), names.end()).size(), names.size());
@@ -454,18 +402,18 @@ TEST_F(KdDbAdsShowcaseTest, TblNextWalksAllLayers) {
 
     // Rewind starts over; setnext continues after the found record.
     KdResbufPtr first(kddbTblNext(L"LAYER", 1));
-    EXPECT_EQ(text(first.get(), 2), names[0]);
+    EXPECT_EQ(textAt(first.get(), 2), names[0]);
     KdResbufPtr found(kddbTblSearch(L"LAYER", names[0].c_str(), 1));
     KdResbufPtr after(kddbTblNext(L"LAYER", 0));
-    EXPECT_EQ(text(after.get(), 2), names[1]);
+    EXPECT_EQ(textAt(after.get(), 2), names[1]);
     // Each table keeps its own position; unknown tables give nothing.
     KdResbufPtr block(kddbTblNext(L"BLOCK", 1));
     ASSERT_TRUE(block);
     // A block's entry is its BLOCK entity, which holds the flags and the reference's path.
-    EXPECT_EQ(text(block.get(), 0), L"BLOCK");
+    EXPECT_EQ(textAt(block.get(), 0), L"BLOCK");
     KdResbufPtr third(kddbTblNext(L"LAYER", 0));
     if (names.size() > 2) {
-        EXPECT_EQ(text(third.get(), 2), names[2]);
+        EXPECT_EQ(textAt(third.get(), 2), names[2]);
     }
     EXPECT_EQ(kddbTblNext(L"NOSUCHTABLE", 1), nullptr);
     EXPECT_EQ(kddbTblSearch(L"LAYER", L"no such layer", 0), nullptr);
@@ -489,7 +437,6 @@ TEST_F(KdDbAdsShowcaseTest, TblNextWalksAllLayers) {
 
 // Giving entmod back what entget gave changes nothing, for every layer and every entity.
 TEST_F(KdDbAdsShowcaseTest, EntGetThenEntModIsNoChange) {
-    const std::string before = dxfOf(m_db);
     size_t lists = 0;
     for (KdResbufPtr rb(kddbTblNext(L"LAYER", 1)); rb; rb.reset(kddbTblNext(L"LAYER", 0))) {
         EXPECT_EQ(kddbEntMod(rb.get()), RTNORM) << "layer " << lists;
@@ -505,12 +452,12 @@ TEST_F(KdDbAdsShowcaseTest, EntGetThenEntModIsNoChange) {
         KdResbufPtr rb(kddbEntGet(name));
         if (!rb)
             continue; // erased
-        const std::wstring type = text(rb.get(), 0);
+        const std::wstring type = textAt(rb.get(), 0);
         EXPECT_EQ(kddbEntMod(rb.get()), RTNORM) << std::string(type.begin(), type.end());
         ++lists;
     }
     EXPECT_GT(lists, 10u);
-    EXPECT_EQ(dxfOf(m_db), before);
+    EXPECT_EQ(tvtest::firstDifference(text(), m_original), "");
 }
 
 } // namespace

@@ -10,20 +10,6 @@
 
 namespace {
 
-TEST(KdDbHandle, ParsesOneToSixteenDigitsInEitherCase) {
-    uint64_t value = 99;
-    EXPECT_TRUE(KdDbHandle::parse("0", value));
-    EXPECT_EQ(value, 0u);
-    EXPECT_TRUE(KdDbHandle::parse("1f", value));
-    EXPECT_EQ(value, 0x1Fu);
-    EXPECT_TRUE(KdDbHandle::parse("aBcD", value));
-    EXPECT_EQ(value, 0xABCDu);
-    EXPECT_TRUE(KdDbHandle::parse("0000000000000001", value));
-    EXPECT_EQ(value, 1u);
-    EXPECT_TRUE(KdDbHandle::parse("FFFFFFFFFFFFFFFF", value));
-    EXPECT_EQ(value, UINT64_MAX);
-}
-
 TEST(KdDbHandle, RefusesMalformedTextAndKeepsTheValue) {
     for (const char* bad :
          {"", "10000000000000000", "00000000000000001", " 1F", "1F ", "1G", "0x1F", "-1", "1 F"}) {
@@ -71,7 +57,7 @@ TEST(KdDbHandle, BufferMustHoldTheDigitsAndTheTerminator) {
     EXPECT_FALSE(KdDbHandle(1u).getIntoAsciiBuffer(static_cast<char*>(nullptr), 17));
 }
 
-TEST(KdDbHandle, TextRoundTripsForEveryDigitCount) {
+TEST(KdDbHandle, ParsesAndWritesEveryDigitCountInEitherCase) {
     uint64_t value = 0;
     for (int digits = 1; digits <= 16; ++digits) {
         value = (value << 4) | static_cast<uint64_t>(digits % 16 == 0 ? 0xF : digits);
@@ -81,6 +67,15 @@ TEST(KdDbHandle, TextRoundTripsForEveryDigitCount) {
         ASSERT_TRUE(KdDbHandle::parse(text, back)) << text;
         EXPECT_EQ(back, value);
     }
+    // Zero, either case, and leading zeros up to sixteen digits.
+    EXPECT_TRUE(KdDbHandle::parse("0", value));
+    EXPECT_EQ(value, 0u);
+    EXPECT_TRUE(KdDbHandle::parse("aBcD", value));
+    EXPECT_EQ(value, 0xABCDu);
+    EXPECT_TRUE(KdDbHandle::parse("0000000000000001", value));
+    EXPECT_EQ(value, 1u);
+    EXPECT_TRUE(KdDbHandle::parse("FFFFFFFFFFFFFFFF", value));
+    EXPECT_EQ(value, UINT64_MAX);
 }
 
 TEST(KdUtf8, EncodesEachLengthAtItsBoundaries) {

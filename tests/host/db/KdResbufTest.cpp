@@ -151,11 +151,4 @@ TEST(KdResbuf, NewEntryIsZeroedAndReleaseAcceptsNull) {
     EXPECT_EQ(kdutRelRb(rb.release()), RTNORM);
 }
 
-TEST(KdadStatus, NamesEveryStatusAndUnknownValues) {
-    EXPECT_STREQ(Kdad::errorStatusText(Kdad::eOk), "eOk");
-    EXPECT_STREQ(Kdad::errorStatusText(Kdad::eKeyNotFound), "eKeyNotFound");
-    EXPECT_STREQ(Kdad::errorStatusText(Kdad::eNoUndoMark), "eNoUndoMark");
-    EXPECT_STREQ(Kdad::errorStatusText(static_cast<Kdad::ErrorStatus>(2)), "eUnknown");
-}
-
 } // namespace

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -17,30 +16,17 @@ using tvtest::addLayer;
 using tvtest::findLayer;
 using tvtest::reloaded;
 
-bool loadTestDrawing(KdDbDatabase& db, const char* name) {
-    const std::string path = std::string(TV_TESTDATA_DIR) + "/" + name;
-    if (!std::filesystem::exists(path))
-        return false;
-    std::string err;
-    EXPECT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
-    return true;
-}
+class ShowcaseLayers : public tvtest::DrawingFileTest {
+protected:
+    ShowcaseLayers() : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf") {}
+};
 
 // Sets every property of a layer, then checks them after a save and reload.
 void checkEveryPropertySurvivesASave(KdDbDatabase& db, const wchar_t* layerName) {
     // A linetype of its own, so that the change is visible on any drawing.
-    KdDbObjectId dashed;
-    {
-        KdDbLinetypeTable* ltypes = nullptr;
-        ASSERT_EQ(db.getSymbolTable(ltypes, KdDb::kForWrite), Kdad::eOk);
-        auto* ltype = new KdDbLinetypeTableRecord;
-        ASSERT_EQ(ltype->setName(L"TV_DASHED"), Kdad::eOk);
-        if (ltypes->getAt(L"TV_DASHED", dashed) != Kdad::eOk)
-            EXPECT_EQ(ltypes->add(dashed, ltype), Kdad::eOk);
-        else
-            delete ltype;
-        ltypes->close();
-    }
+    KdDbObjectId dashed = tvtest::findRecord<KdDbLinetypeTable>(db, L"TV_DASHED");
+    if (dashed.isNull())
+        dashed = tvtest::addRecord<KdDbLinetypeTable, KdDbLinetypeTableRecord>(db, L"TV_DASHED");
     {
         KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, layerName), KdDb::kForWrite);
         ASSERT_TRUE(layer);
@@ -57,8 +43,6 @@ void checkEveryPropertySurvivesASave(KdDbDatabase& db, const wchar_t* layerName)
         EXPECT_EQ(layer->setPlotStyleName(L"Screened 50%"), Kdad::eOk);
         EXPECT_EQ(layer->setDescription(L"Walls \u00E4\u03A9 of the ground floor"), Kdad::eOk);
         EXPECT_EQ(layer->setTransparency(KdCmTransparency(uint8_t{77})), Kdad::eOk);
-        // Off is kept apart from the colour: still index 255.
-        EXPECT_EQ(layer->color().colorIndex(), 255);
     }
     auto copy = reloaded(db);
     KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(*copy, layerName), KdDb::kForRead);
@@ -85,12 +69,9 @@ TEST(LayerRecordProperties, EverySetterSurvivesASaveOnANewDrawing) {
     checkEveryPropertySurvivesASave(db, L"Walls");
 }
 
-TEST(LayerRecordProperties, EverySetterSurvivesASaveOnARealDrawing) {
-    KdDbDatabase db(false);
-    if (!loadTestDrawing(db, "showcase_r2018.dxf"))
-        GTEST_SKIP() << "showcase_r2018.dxf is missing";
-    checkEveryPropertySurvivesASave(db, L"Layer1");
-    checkEveryPropertySurvivesASave(db, L"Layer_true_color");
+TEST_F(ShowcaseLayers, EverySetterSurvivesASave) {
+    checkEveryPropertySurvivesASave(m_db, L"Layer1");
+    checkEveryPropertySurvivesASave(m_db, L"Layer_true_color");
 }
 
 TEST(LayerRecordProperties, OffAndOnKeepTheColour) {
@@ -123,60 +104,55 @@ TEST(LayerRecordProperties, OffAndOnKeepTheColour) {
     }
 }
 
-TEST(LayerRecordProperties, ColoursOfARealR2018Drawing) {
-    KdDbDatabase db(false);
-    if (!loadTestDrawing(db, "showcase_r2018.dxf"))
-        GTEST_SKIP() << "showcase_r2018.dxf is missing";
+KdCmColor layerColor(KdDbDatabase& db, const wchar_t* name) {
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, name), KdDb::kForRead);
+    EXPECT_TRUE(layer) << KdString(name).utf8();
+    return layer ? layer->color() : KdCmColor();
+}
+
+void setLayerColor(KdDbDatabase& db, const wchar_t* name, const KdCmColor& color) {
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, name), KdDb::kForWrite);
+    ASSERT_TRUE(layer) << KdString(name).utf8();
+    ASSERT_EQ(layer->setColor(color), Kdad::eOk);
+}
+
+TEST_F(ShowcaseLayers, ColoursReadAndWritten) {
     {
-        KdDbObjectPointer<KdDbLayerTableRecord> off(findLayer(db, L"Layer_Off"), KdDb::kForRead);
+        KdDbObjectPointer<KdDbLayerTableRecord> off(layerId(L"Layer_Off"), KdDb::kForRead);
         ASSERT_TRUE(off);
         EXPECT_TRUE(off->isOff());
         EXPECT_EQ(off->color().colorIndex(), 7);
-        KdDbObjectPointer<KdDbLayerTableRecord> tc(findLayer(db, L"Layer_true_color"),
-                                                   KdDb::kForRead);
-        ASSERT_TRUE(tc);
-        EXPECT_TRUE(tc->color().isByColor());
-        EXPECT_EQ(tc->color().trueColor24(), 1151726u);
-        KdDbObjectPointer<KdDbLayerTableRecord> book(findLayer(db, L"Layer_color_book"),
-                                                     KdDb::kForRead);
-        ASSERT_TRUE(book);
-        EXPECT_TRUE(book->color().isColorBookColor());
-        EXPECT_STREQ(book->color().bookName(), L"DIC COLOR GUIDE(R)");
-        EXPECT_STREQ(book->color().colorName(), L"DIC 7");
-        EXPECT_EQ(book->color().trueColor24(), 16564615u);
-        KdDbObjectPointer<KdDbLayerTableRecord> vp(findLayer(db, L"Layer_vp_freeze"),
-                                                   KdDb::kForRead);
+        KdDbObjectPointer<KdDbLayerTableRecord> vp(layerId(L"Layer_vp_freeze"), KdDb::kForRead);
         ASSERT_TRUE(vp);
         EXPECT_TRUE(vp->VPDFLT());
         EXPECT_FALSE(vp->isFrozen());
     }
-    // A new colour-book colour replaces the old one and is written for R2018.
-    {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, L"Layer2"), KdDb::kForWrite);
-        KdCmColor c;
-        ASSERT_EQ(c.setRGB(10, 20, 30), Kdad::eOk);
-        ASSERT_EQ(c.setNames(L"Deep sea", L"My book"), Kdad::eOk);
-        ASSERT_EQ(layer->setColor(c), Kdad::eOk);
-    }
-    {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, L"Layer_color_book"),
-                                                      KdDb::kForWrite);
-        KdCmColor c;
-        ASSERT_EQ(c.setRGB(200, 0, 0), Kdad::eOk);
-        ASSERT_EQ(layer->setColor(c), Kdad::eOk); // a plain true colour drops the book
-    }
-    auto copy = reloaded(db);
-    KdDbObjectPointer<KdDbLayerTableRecord> l2(findLayer(*copy, L"Layer2"), KdDb::kForRead);
-    ASSERT_TRUE(l2);
-    EXPECT_EQ(l2->color().trueColor24(), 0x0A141Eu);
-    EXPECT_STREQ(l2->color().bookName(), L"My book");
-    EXPECT_STREQ(l2->color().colorName(), L"Deep sea");
-    KdDbObjectPointer<KdDbLayerTableRecord> plain(findLayer(*copy, L"Layer_color_book"),
-                                                  KdDb::kForRead);
-    ASSERT_TRUE(plain);
-    EXPECT_TRUE(plain->color().isByColor());
-    EXPECT_FALSE(plain->color().hasBookName());
-    EXPECT_EQ(plain->color().trueColor24(), 0xC80000u);
+    const KdCmColor tc = layerColor(m_db, L"Layer_true_color");
+    EXPECT_TRUE(tc.isByColor());
+    EXPECT_EQ(tc.trueColor24(), 1151726u);
+    const KdCmColor book = layerColor(m_db, L"Layer_color_book");
+    EXPECT_TRUE(book.isColorBookColor());
+    EXPECT_STREQ(book.bookName(), L"DIC COLOR GUIDE(R)");
+    EXPECT_STREQ(book.colorName(), L"DIC 7");
+    EXPECT_EQ(book.trueColor24(), 16564615u);
+
+    // A new colour-book colour replaces the old one and is written for R2018; a plain true
+    // colour drops the book.
+    KdCmColor c;
+    ASSERT_EQ(c.setRGB(10, 20, 30), Kdad::eOk);
+    ASSERT_EQ(c.setNames(L"Deep sea", L"My book"), Kdad::eOk);
+    setLayerColor(m_db, L"Layer2", c);
+    ASSERT_EQ(c.setRGB(200, 0, 0), Kdad::eOk);
+    setLayerColor(m_db, L"Layer_color_book", c);
+    auto copy = reloaded(m_db);
+    const KdCmColor l2 = layerColor(*copy, L"Layer2");
+    EXPECT_EQ(l2.trueColor24(), 0x0A141Eu);
+    EXPECT_STREQ(l2.bookName(), L"My book");
+    EXPECT_STREQ(l2.colorName(), L"Deep sea");
+    const KdCmColor plain = layerColor(*copy, L"Layer_color_book");
+    EXPECT_TRUE(plain.isByColor());
+    EXPECT_FALSE(plain.hasBookName());
+    EXPECT_EQ(plain.trueColor24(), 0xC80000u);
 }
 
 TEST(LayerRecordProperties, RefusesInvalidColoursAndLineweights) {
@@ -225,6 +201,12 @@ TEST(LayerRecordNames, RefusesInvalidNamesAndKeepsTheOldOne) {
     auto copy = reloaded(db);
     EXPECT_FALSE(
         findLayer(*copy, L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442").isNull());
+
+    // Layer 0 keeps its name.
+    KdDbObjectPointer<KdDbLayerTableRecord> zero(db.layerZero(), KdDb::kForWrite);
+    ASSERT_TRUE(zero);
+    EXPECT_EQ(zero->setName(L"Base"), Kdad::eIllegalReplacement);
+    EXPECT_EQ(zero->name().str(), L"0");
 }
 
 TEST(LayerRecordNames, RefusesDuplicatesIgnoringCase) {
@@ -251,14 +233,6 @@ TEST(LayerRecordNames, RefusesDuplicatesIgnoringCase) {
     EXPECT_EQ(table->getAt(L"windows", found), Kdad::eOk);
     EXPECT_EQ(found, windows);
     table->close();
-}
-
-TEST(LayerRecordNames, LayerZeroCannotBeRenamed) {
-    KdDbDatabase db;
-    KdDbObjectPointer<KdDbLayerTableRecord> zero(db.layerZero(), KdDb::kForWrite);
-    ASSERT_TRUE(zero);
-    EXPECT_EQ(zero->setName(L"Base"), Kdad::eIllegalReplacement);
-    EXPECT_EQ(zero->name().str(), L"0");
 }
 
 TEST(LayerRecordOpen, SettersNeedAWriteOpen) {
@@ -288,19 +262,19 @@ TEST(LayerRecordOpen, SettersNeedAWriteOpen) {
     EXPECT_TRUE(layer->description().isEmpty());
 }
 
-TEST(LayerTableUsage, GenerateUsageDataMarksUsedLayers) {
-    KdDbDatabase db(false);
-    if (!loadTestDrawing(db, "showcase_r2018.dxf"))
-        GTEST_SKIP() << "showcase_r2018.dxf is missing";
-    KdDbLayerTable* table = nullptr;
-    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    table->generateUsageData();
-    table->close();
-    auto inUse = [&db](const wchar_t* name) {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(findLayer(db, name), KdDb::kForRead);
+TEST_F(ShowcaseLayers, GenerateUsageDataMarksUsedLayers) {
+    auto generate = [this] {
+        KdDbLayerTable* table = nullptr;
+        ASSERT_EQ(m_db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
+        table->generateUsageData();
+        table->close();
+    };
+    auto inUse = [this](const wchar_t* name) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForRead);
         EXPECT_TRUE(layer) << KdString(name).utf8();
         return layer && layer->isInUse();
     };
+    generate();
     EXPECT_TRUE(inUse(L"0"));
     EXPECT_TRUE(inUse(L"Defpoints"));
     EXPECT_TRUE(inUse(L"Layer1")); // model-space entities
@@ -310,16 +284,11 @@ TEST(LayerTableUsage, GenerateUsageDataMarksUsedLayers) {
     EXPECT_FALSE(inUse(L"Layer_lw_050"));
 
     // A new empty layer made current is in use; the flag is recomputed on each call.
-    KdDbObjectId fresh = addLayer(db, L"Fresh");
-    ASSERT_EQ(db.setClayer(fresh), Kdad::eOk);
-    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    table->generateUsageData();
-    table->close();
+    ASSERT_EQ(m_db.setClayer(addLayer(L"Fresh")), Kdad::eOk);
+    generate();
     EXPECT_TRUE(inUse(L"Fresh"));
-    ASSERT_EQ(db.setClayer(db.layerZero()), Kdad::eOk);
-    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    table->generateUsageData();
-    table->close();
+    ASSERT_EQ(m_db.setClayer(m_db.layerZero()), Kdad::eOk);
+    generate();
     EXPECT_FALSE(inUse(L"Fresh"));
 }
 

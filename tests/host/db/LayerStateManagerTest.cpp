@@ -2,6 +2,7 @@
 // restored under a mask that changes exactly the masked properties, and deleted.
 #include "host/db/DrawingTestSupport.h"
 
+#include "tv/KdDbAds.h"
 #include "tv/KdDbDictionary.h"
 #include "tv/KdDbLayerStateManager.h"
 #include "tv/KdDbTransactionManager.h"
@@ -19,8 +20,6 @@ namespace {
 using tvtest::findLayer;
 using tvtest::firstDifference;
 
-const std::string kViewports = std::string(TV_TESTDATA_DIR) + "/ezdxf_viewport_frozen_layers.dxf";
-
 KdDbObject* objectOf(KdDbObjectId id) {
     return id.isValid() ? id.stub()->object : nullptr;
 }
@@ -32,13 +31,15 @@ struct LayerProps {
     int lineWeight;
 };
 
-class LayerStateManagerTest : public ::testing::Test {
+class LayerStateManagerTest : public tvtest::DrawingFileTest {
 protected:
+    LayerStateManagerTest()
+        : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/ezdxf_viewport_frozen_layers.dxf") {}
+
     void SetUp() override {
-        if (!std::filesystem::exists(kViewports))
-            GTEST_SKIP() << "shared/testdata not found: " << kViewports;
-        std::string err;
-        ASSERT_EQ(m_db.readDxfFile(kViewports.c_str(), &err), Kdad::eOk) << err;
+        DrawingFileTest::SetUp();
+        if (IsSkipped() || HasFatalFailure())
+            return;
         m_db.forEachObject([this](KdDbObject* obj) {
             auto* vp = dynamic_cast<KdDbViewport*>(obj);
             if (vp && vp->number() > 1 && m_viewport.isNull())
@@ -68,15 +69,18 @@ protected:
                 l->lineWeight()};
     }
 
+    std::vector<LayerProps> propsOf(const std::vector<const wchar_t*>& names) {
+        std::vector<LayerProps> out;
+        for (const wchar_t* n : names)
+            out.push_back(props(n));
+        return out;
+    }
+
     // Writes a state the way the module stores one: head groups, then one block per layer.
     void writeState(const wchar_t* name, int mask, const std::vector<const wchar_t*>& layers) {
-        KdDbObjectId dictId = m_mgr->layerStatesDictionaryId(true);
-        ASSERT_FALSE(dictId.isNull());
-        resbuf* head = kdutBuildList(91, static_cast<int32_t>(mask), 301, L"saved by a test", 290,
-                                     1, 302, L"0", RTNONE);
-        resbuf* tail = head;
-        while (tail->rbnext)
-            tail = tail->rbnext;
+        KdResbufPtr list(kdutBuildList(91, static_cast<int32_t>(mask), 301, L"saved by a test", 290,
+                                       1, 302, L"0", RTNONE));
+        resbuf* tail = list.get();
         auto* vp = dynamic_cast<KdDbViewport*>(objectOf(m_viewport));
         for (const wchar_t* n : layers) {
             KdDbLayerTableRecord* l = layer(n);
@@ -85,27 +89,24 @@ protected:
                         (l->isPlottable() ? 8 : 0) | (l->VPDFLT() ? 0x100 : 0) |
                         (vp->isLayerFrozenInViewport(l->objectId()) ? 0x200 : 0);
             kd_name layerName, ltName;
-            layerName[0] = reinterpret_cast<int64_t>(l->objectId().stub());
-            layerName[1] = reinterpret_cast<int64_t>(&m_db);
-            ltName[0] = reinterpret_cast<int64_t>(l->linetypeObjectId().stub());
-            ltName[1] = reinterpret_cast<int64_t>(&m_db);
+            ASSERT_EQ(kddbGetQdsName(layerName, l->objectId()), RTNORM);
+            ASSERT_EQ(kddbGetQdsName(ltName, l->linetypeObjectId()), RTNORM);
+            while (tail->rbnext)
+                tail = tail->rbnext;
             tail->rbnext =
                 kdutBuildList(330, layerName, 90, static_cast<int32_t>(flags), 62,
                               static_cast<int>(l->color().colorIndex()), 370,
                               static_cast<int>(l->lineWeight()), 331, ltName, 1, L"Normal", RTNONE);
-            while (tail->rbnext)
-                tail = tail->rbnext;
         }
-        KdResbufPtr list(head);
-        auto* dict = dynamic_cast<KdDbDictionary*>(objectOf(dictId));
-        ASSERT_EQ(dict->openAs(KdDb::kForWrite), Kdad::eOk);
-        auto* xrec = new KdDbXrecord();
+        KdDbObjectPointer<KdDbDictionary> dict(m_mgr->layerStatesDictionaryId(true),
+                                               KdDb::kForWrite);
+        ASSERT_TRUE(dict);
         KdDbObjectId id;
-        ASSERT_EQ(dict->setAt(name, xrec, id), Kdad::eOk);
-        dict->close();
-        ASSERT_EQ(xrec->openAs(KdDb::kForWrite), Kdad::eOk);
+        ASSERT_EQ(dict->setAt(name, new KdDbXrecord, id), Kdad::eOk);
+        dict.close();
+        KdDbObjectPointer<KdDbXrecord> xrec(id, KdDb::kForWrite);
+        ASSERT_TRUE(xrec);
         ASSERT_EQ(xrec->setFromRbChain(list.get()), Kdad::eOk);
-        xrec->close();
     }
 
     // Changes every property of a layer, so that a restore shows what it puts back.
@@ -132,7 +133,17 @@ protected:
             vp->freezeLayersInViewport(ids);
     }
 
-    KdDbDatabase m_db{false};
+    // Saves the layers under a state of every property, then changes them all; gives their
+    // properties as saved.
+    std::vector<LayerProps> saveAndScramble(const wchar_t* state,
+                                            const std::vector<const wchar_t*>& names) {
+        std::vector<LayerProps> saved = propsOf(names);
+        writeState(state, 1023, names);
+        for (const wchar_t* n : names)
+            scramble(n);
+        return saved;
+    }
+
     KdDbObjectId m_viewport;
     KdDbLayerStateManager* m_mgr = nullptr;
 };
@@ -156,15 +167,8 @@ TEST_F(LayerStateManagerTest, StatesDictionaryIsCreatedOnlyWhenAsked) {
 
 TEST_F(LayerStateManagerTest, RestoreWithMask535ChangesExactlyTheMaskedProperties) {
     const std::vector<const wchar_t*> names{L"Layer1", L"Layer2", L"Layer3"};
-    std::vector<LayerProps> saved;
-    for (const wchar_t* n : names)
-        saved.push_back(props(n));
-    writeState(L"Isolation", 1023, names);
-    for (const wchar_t* n : names)
-        scramble(n);
-    std::vector<LayerProps> scrambled;
-    for (const wchar_t* n : names)
-        scrambled.push_back(props(n));
+    const std::vector<LayerProps> saved = saveAndScramble(L"Isolation", names);
+    const std::vector<LayerProps> scrambled = propsOf(names);
 
     const int mask = 535; // on/off, frozen, locked, frozen in new viewports, current viewport
     ASSERT_EQ(m_mgr->restoreLayerState(L"isolation", m_viewport, 0, &mask), Kdad::eOk);
@@ -186,13 +190,8 @@ TEST_F(LayerStateManagerTest, RestoreWithMask535ChangesExactlyTheMaskedPropertie
 
 TEST_F(LayerStateManagerTest, FullRestoreBringsBackEveryPropertyAndAbortUndoesIt) {
     const std::vector<const wchar_t*> names{L"Layer1", L"Layer2"};
-    std::vector<LayerProps> saved;
-    for (const wchar_t* n : names)
-        saved.push_back(props(n));
-    writeState(L"All", 1023, names);
-    for (const wchar_t* n : names)
-        scramble(n);
-    const std::string before = tvtest::drawingText(m_db);
+    const std::vector<LayerProps> saved = saveAndScramble(L"All", names);
+    const std::string before = text();
 
     KdDbTransactionManager* tm = m_db.transactionManager();
     tm->startTransaction();
@@ -206,7 +205,7 @@ TEST_F(LayerStateManagerTest, FullRestoreBringsBackEveryPropertyAndAbortUndoesIt
         EXPECT_EQ(now.off, saved[i].off);
     }
     ASSERT_EQ(tm->abortTransaction(), Kdad::eOk);
-    EXPECT_EQ(firstDifference(tvtest::drawingText(m_db), before), "");
+    EXPECT_EQ(firstDifference(text(), before), "");
 }
 
 TEST_F(LayerStateManagerTest, LayersOfAStateAreListedInOrderAndInverted) {
@@ -266,10 +265,6 @@ TEST(LayerStateManagerRealFile, StatesOfAnotherProgramAreListed) {
     for (const KdString& n : layers)
         EXPECT_FALSE(findLayer(db, n.kwszPtr()).isNull()) << n.utf8();
 }
-
-} // namespace
-
-namespace {
 
 // A restore makes the state's current layer current: the header change must be undone by an
 // abort like every object change.

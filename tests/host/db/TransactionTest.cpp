@@ -15,8 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,34 +22,9 @@ namespace {
 
 using tvtest::firstDifference;
 
-const std::string kDrawing = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
-
-class TransactionTest : public ::testing::Test {
+class TransactionTest : public tvtest::DrawingFileTest {
 protected:
-    std::string text() { return tvtest::drawingText(m_db); }
-    KdDbObjectId layerId(const wchar_t* name) { return tvtest::findLayer(m_db, name); }
-    KdDbObjectId addLayer(const wchar_t* name) { return tvtest::addLayer(m_db, name); }
-
-    void SetUp() override {
-        if (!std::filesystem::exists(kDrawing))
-            GTEST_SKIP() << kDrawing << " is missing";
-        std::string err;
-        ASSERT_EQ(m_db.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
-        ASSERT_EQ(m_db.writeDxf(m_original), Kdad::eOk);
-    }
-
-    int colorOf(const wchar_t* name) {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForRead);
-        return layer ? layer->color().colorIndex() : -1;
-    }
-
-    void setColor(const wchar_t* name, uint16_t index) {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForWrite);
-        ASSERT_TRUE(layer) << "cannot open " << KdString(name).utf8();
-        KdCmColor c;
-        ASSERT_EQ(c.setColorIndex(index), Kdad::eOk);
-        ASSERT_EQ(layer->setColor(c), Kdad::eOk);
-    }
+    TransactionTest() : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf") {}
 
     /// A paper-space viewport other than the sheet itself.
     KdDbObjectId someViewport() {
@@ -65,10 +38,12 @@ protected:
     }
 
     KdDbTransactionManager& tm() { return *m_db.transactionManager(); }
-
-    KdDbDatabase m_db{false};
-    std::string m_original;
 };
+
+int colorIn(KdDbDatabase& db, const wchar_t* name) {
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(tvtest::findLayer(db, name), KdDb::kForRead);
+    return layer ? layer->color().colorIndex() : -1;
+}
 
 // Layer names on entities (group 8) inside the BLOCKS and ENTITIES sections.
 std::vector<std::string> entityLayerNames(const std::string& text) {
@@ -96,19 +71,14 @@ TEST_F(TransactionTest, AbortRestoresTheDrawingByteForByte) {
     ASSERT_NE(tm().startTransaction(), nullptr);
 
     addLayer(L"Brand new layer");
-    {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer1"), KdDb::kForWrite);
-        ASSERT_TRUE(layer);
-        EXPECT_EQ(layer->setName(L"Layer1 renamed"), Kdad::eOk);
-    }
-    KdDbObjectId ltype = m_db.continuousLinetype();
+    rename(L"Layer1", L"Layer1 renamed");
     {
         KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer_Lt_dash"), KdDb::kForWrite);
         ASSERT_TRUE(layer);
         KdCmColor c;
         c.setRGB(1, 2, 3);
         EXPECT_EQ(layer->setColor(c), Kdad::eOk);
-        EXPECT_EQ(layer->setLinetypeObjectId(ltype), Kdad::eOk);
+        EXPECT_EQ(layer->setLinetypeObjectId(m_db.continuousLinetype()), Kdad::eOk);
         EXPECT_EQ(layer->setLineWeight(KdDb::kLnWt211), Kdad::eOk);
         EXPECT_EQ(layer->setIsFrozen(true), Kdad::eOk);
         EXPECT_EQ(layer->setIsLocked(true), Kdad::eOk);
@@ -208,23 +178,11 @@ TEST_F(TransactionTest, InnerAbortKeepsTheOuterChangesAndCommitKeepsThem) {
 
     // Changes after the commit are kept as well, and everything survives a save and reload.
     setColor(L"Layer2", 5);
-    std::string saved = text();
-    KdDbDatabase reread(false);
-    std::string err;
-    ASSERT_EQ(reread.readDxfBuffer(saved, &err), Kdad::eOk) << err;
-    KdDbLayerTable* table = nullptr;
-    ASSERT_EQ(reread.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    KdDbObjectId l1, l2, outer, inner;
-    EXPECT_EQ(table->getAt(L"Layer1", l1), Kdad::eOk);
-    EXPECT_EQ(table->getAt(L"Layer2", l2), Kdad::eOk);
-    EXPECT_EQ(table->getAt(L"Outer layer", outer), Kdad::eOk);
-    EXPECT_EQ(table->getAt(L"Inner layer", inner), Kdad::eKeyNotFound);
-    table->close();
-    KdDbObjectPointer<KdDbLayerTableRecord> p1(l1, KdDb::kForRead);
-    KdDbObjectPointer<KdDbLayerTableRecord> p2(l2, KdDb::kForRead);
-    ASSERT_TRUE(p1 && p2);
-    EXPECT_EQ(p1->color().colorIndex(), 3);
-    EXPECT_EQ(p2->color().colorIndex(), 5);
+    auto reread = tvtest::reloaded(m_db);
+    EXPECT_EQ(colorIn(*reread, L"Layer1"), 3);
+    EXPECT_EQ(colorIn(*reread, L"Layer2"), 5);
+    EXPECT_FALSE(tvtest::findLayer(*reread, L"Outer layer").isNull());
+    EXPECT_TRUE(tvtest::findLayer(*reread, L"Inner layer").isNull());
 }
 
 TEST_F(TransactionTest, CommittedInnerChangesAreUndoneByTheOuterAbort) {
@@ -245,11 +203,7 @@ TEST_F(TransactionTest, EntitiesFollowARenamedLayerAndGoBackOnAbort) {
     ASSERT_GT(onLayer1, 0u) << "the drawing should have entities on Layer1";
 
     ASSERT_NE(tm().startTransaction(), nullptr);
-    {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer1"), KdDb::kForWrite);
-        ASSERT_TRUE(layer);
-        ASSERT_EQ(layer->setName(L"Walls"), Kdad::eOk);
-    }
+    rename(L"Layer1", L"Walls");
     const std::string renamed = text();
     const std::vector<std::string> during = entityLayerNames(renamed);
     EXPECT_EQ(countOf(during, "Layer1"), 0u) << "an entity is still written on the old name";
@@ -276,17 +230,11 @@ TEST_F(TransactionTest, EntitiesFollowARenamedLayerAndGoBackOnAbort) {
 TEST_F(TransactionTest, CurrentLayerFollowsARename) {
     const KdDbObjectId layer1 = layerId(L"Layer1");
     ASSERT_EQ(m_db.setClayer(layer1), Kdad::eOk);
-    {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layer1, KdDb::kForWrite);
-        ASSERT_TRUE(layer);
-        ASSERT_EQ(layer->setName(L"Current renamed"), Kdad::eOk);
-    }
+    rename(L"Layer1", L"Current renamed");
     EXPECT_EQ(m_db.clayer(), layer1);
     EXPECT_EQ(m_db.getHeaderVar("$CLAYER").str(), L"Current renamed");
-    KdDbDatabase reread(false);
-    std::string err;
-    ASSERT_EQ(reread.readDxfBuffer(text(), &err), Kdad::eOk) << err;
-    KdDbObjectPointer<KdDbLayerTableRecord> current(reread.clayer(), KdDb::kForRead);
+    auto reread = tvtest::reloaded(m_db);
+    KdDbObjectPointer<KdDbLayerTableRecord> current(reread->clayer(), KdDb::kForRead);
     ASSERT_TRUE(current);
     EXPECT_EQ(current->name().str(), L"Current renamed");
 }

@@ -9,55 +9,16 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <string>
 
 namespace {
 
 using tvtest::firstDifference;
 
-const std::string kDrawing = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
-
-// First differing line of two drawing texts, empty when equal. Whole texts are not handed to
-// EXPECT_EQ: its diff of millions of lines exhausts memory.
-class UndoMarkTest : public ::testing::Test {
+class UndoMarkTest : public tvtest::DrawingFileTest {
 protected:
-    std::string text() { return tvtest::drawingText(m_db); }
-    KdDbObjectId layerId(const wchar_t* name) { return tvtest::findLayer(m_db, name); }
-    KdDbObjectId addLayer(const wchar_t* name) { return tvtest::addLayer(m_db, name); }
-
-    void SetUp() override {
-        if (!std::filesystem::exists(kDrawing))
-            GTEST_SKIP() << kDrawing << " is missing";
-        std::string err;
-        ASSERT_EQ(m_db.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
-        m_original = text();
-    }
-
-    void setColor(const wchar_t* name, uint16_t index) {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForWrite);
-        ASSERT_TRUE(layer) << "cannot open " << KdString(name).utf8();
-        KdCmColor c;
-        ASSERT_EQ(c.setColorIndex(index), Kdad::eOk);
-        ASSERT_EQ(layer->setColor(c), Kdad::eOk);
-    }
-
-    int colorOf(const wchar_t* name) {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(name), KdDb::kForRead);
-        return layer ? layer->color().colorIndex() : -1;
-    }
-
-    void rename(const wchar_t* from, const wchar_t* to) {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(from), KdDb::kForWrite);
-        ASSERT_TRUE(layer) << "cannot open " << KdString(from).utf8();
-        ASSERT_EQ(layer->setName(to), Kdad::eOk);
-    }
-
+    UndoMarkTest() : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf") {}
     KdDbUndoJournal& journal() { return m_db.undoJournal(); }
-
-    KdDbDatabase m_db{false};
-    std::string m_original;
 };
 
 TEST_F(UndoMarkTest, UndoToMarkRestoresTheDrawingExactly) {
@@ -90,9 +51,7 @@ TEST_F(UndoMarkTest, UndoToMarkRestoresTheDrawingExactly) {
     EXPECT_TRUE(layerId(L"Added after the mark").isNull());
     // The undone name can be taken again, and the restored drawing reads back.
     EXPECT_FALSE(addLayer(L"Added after the mark").isNull());
-    KdDbDatabase re(false);
-    std::string err;
-    ASSERT_EQ(re.readDxfBuffer(text(), &err), Kdad::eOk) << err;
+    tvtest::reloaded(m_db);
 
     EXPECT_FALSE(journal().undoToLastMark());
 }

@@ -8,6 +8,8 @@
 #include "tv/KdDbTransactionManager.h"
 #include "tv/KdDbViewport.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -44,23 +46,11 @@ Handles frozenHandles(KdDbDatabase& db, uint64_t vpHandle) {
     return out;
 }
 
-class ViewportTest : public ::testing::Test {
+class ViewportTest : public tvtest::DrawingFileTest {
 protected:
-    void SetUp() override {
-        if (!std::filesystem::exists(kDrawing))
-            GTEST_SKIP() << kDrawing << " is missing";
-        std::string err;
-        ASSERT_EQ(m_db.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
-    }
+    ViewportTest() : DrawingFileTest(kDrawing) {}
 
     KdDbObjectId id(uint64_t handle) { return m_db.objectIdOf(handle); }
-
-    // The drawing written and read into `out`.
-    void reload(KdDbDatabase& out) {
-        std::string text, err;
-        ASSERT_EQ(m_db.writeDxf(text), Kdad::eOk);
-        ASSERT_EQ(out.readDxfBuffer(text, &err), Kdad::eOk) << err;
-    }
 
     Kdad::ErrorStatus freeze(uint64_t vpHandle, const std::vector<KdDbObjectId>& layers) {
         KdDbObjectPointer<KdDbViewport> vp(id(vpHandle), KdDb::kForWrite);
@@ -73,35 +63,7 @@ protected:
         EXPECT_TRUE(vp);
         return vp ? vp->thawLayersInViewport(layers) : vp.openStatus();
     }
-
-    KdDbObjectId addLinetype(const wchar_t* name) {
-        KdDbLinetypeTable* table = nullptr;
-        EXPECT_EQ(m_db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
-        KdDbObjectId ltId;
-        if (!table)
-            return ltId;
-        auto* lt = new KdDbLinetypeTableRecord;
-        EXPECT_EQ(lt->setName(name), Kdad::eOk);
-        if (table->add(ltId, lt) != Kdad::eOk)
-            delete lt;
-        table->close();
-        return ltId;
-    }
-
-    KdDbDatabase m_db{false};
 };
-
-TEST_F(ViewportTest, FrozenListsMatchTheFile) {
-    EXPECT_EQ(frozenHandles(m_db, kVpPlain), Handles{});
-    EXPECT_EQ(frozenHandles(m_db, kVpLayer1), Handles{kLayer1});
-    EXPECT_EQ(frozenHandles(m_db, kVpLayer2), Handles{kLayer2});
-    KdDbObjectPointer<KdDbViewport> vp(id(kVpLayer1), KdDb::kForRead);
-    ASSERT_TRUE(vp);
-    EXPECT_EQ(vp->number(), 4);
-    EXPECT_TRUE(vp->isLayerFrozenInViewport(id(kLayer1)));
-    EXPECT_FALSE(vp->isLayerFrozenInViewport(id(kLayer2)));
-    EXPECT_FALSE(vp->isLayerFrozenInViewport(KdDbObjectId::kNull));
-}
 
 TEST_F(ViewportTest, FreezeAndThawKeepOrderAndSurviveReload) {
     // New layers go at the end; one already frozen and one given twice are kept once.
@@ -110,20 +72,15 @@ TEST_F(ViewportTest, FreezeAndThawKeepOrderAndSurviveReload) {
     ASSERT_EQ(freeze(kVpLayer1, {}), Kdad::eOk);
     EXPECT_EQ(frozenHandles(m_db, kVpLayer1), (Handles{kLayer1, kLayer3, kLayer2}));
     {
-        KdDbDatabase re(false);
-        reload(re);
-        EXPECT_EQ(frozenHandles(re, kVpLayer1), (Handles{kLayer1, kLayer3, kLayer2}));
-        EXPECT_EQ(frozenHandles(re, kVpLayer2), Handles{kLayer2}) << "another viewport changed";
+        auto re = tvtest::reloaded(m_db);
+        EXPECT_EQ(frozenHandles(*re, kVpLayer1), (Handles{kLayer1, kLayer3, kLayer2}));
+        EXPECT_EQ(frozenHandles(*re, kVpLayer2), Handles{kLayer2}) << "another viewport changed";
     }
 
     // Thaw removes exactly what is named; a layer that is not frozen is no fault.
     ASSERT_EQ(thaw(kVpLayer1, {id(kLayer3), id(0x10)}), Kdad::eOk);
     EXPECT_EQ(frozenHandles(m_db, kVpLayer1), (Handles{kLayer1, kLayer2}));
-    {
-        KdDbDatabase re(false);
-        reload(re);
-        EXPECT_EQ(frozenHandles(re, kVpLayer1), (Handles{kLayer1, kLayer2}));
-    }
+    EXPECT_EQ(frozenHandles(*tvtest::reloaded(m_db), kVpLayer1), (Handles{kLayer1, kLayer2}));
 
     {
         KdDbObjectPointer<KdDbViewport> vp(id(kVpLayer1), KdDb::kForWrite);
@@ -132,15 +89,12 @@ TEST_F(ViewportTest, FreezeAndThawKeepOrderAndSurviveReload) {
         EXPECT_FALSE(vp->isLayerFrozenInViewport(id(kLayer1)));
     }
     EXPECT_EQ(frozenHandles(m_db, kVpLayer1), Handles{});
-    KdDbDatabase re(false);
-    reload(re);
-    EXPECT_EQ(frozenHandles(re, kVpLayer1), Handles{});
-    EXPECT_EQ(frozenHandles(re, kVpLayer2), Handles{kLayer2});
+    auto re = tvtest::reloaded(m_db);
+    EXPECT_EQ(frozenHandles(*re, kVpLayer1), Handles{});
+    EXPECT_EQ(frozenHandles(*re, kVpLayer2), Handles{kLayer2});
 }
 
 TEST_F(ViewportTest, FreezeRefusesWhatIsNotALayer) {
-    std::string before;
-    ASSERT_EQ(m_db.writeDxf(before), Kdad::eOk);
     // A valid layer before the bad id must not be half-added.
     EXPECT_EQ(freeze(kVpLayer1, {id(kLayer2), m_db.continuousLinetype()}), Kdad::eInvalidInput);
     EXPECT_EQ(freeze(kVpLayer1, {id(kLayer3), id(kVpLayer2)}), Kdad::eInvalidInput);
@@ -153,18 +107,15 @@ TEST_F(ViewportTest, FreezeRefusesWhatIsNotALayer) {
     EXPECT_EQ(freeze(kVpLayer1, {other.objectIdOf(kLayer3)}), Kdad::eInvalidInput);
 
     EXPECT_EQ(frozenHandles(m_db, kVpLayer1), Handles{kLayer1});
-    std::string after;
-    ASSERT_EQ(m_db.writeDxf(after), Kdad::eOk);
-    EXPECT_TRUE(after == before) << "a refused freeze changed the drawing";
+    EXPECT_TRUE(text() == m_original) << "a refused freeze changed the drawing";
 }
 
 TEST_F(ViewportTest, FirstFrozenLayersGoBeforeTheStatusFlags) {
     ASSERT_EQ(freeze(kVpPlain, {id(kLayer2), id(kLayer1)}), Kdad::eOk);
-    KdDbDatabase re(false);
-    reload(re);
-    EXPECT_EQ(frozenHandles(re, kVpPlain), (Handles{kLayer2, kLayer1}));
+    auto re = tvtest::reloaded(m_db);
+    EXPECT_EQ(frozenHandles(*re, kVpPlain), (Handles{kLayer2, kLayer1}));
 
-    KdDbObjectPointer<KdDbViewport> vp(re.objectIdOf(kVpPlain), KdDb::kForRead);
+    KdDbObjectPointer<KdDbViewport> vp(re->objectIdOf(kVpPlain), KdDb::kForRead);
     ASSERT_TRUE(vp);
     auto [begin, end] = vp->subclassRange("AcDbViewport");
     std::vector<int> codes;
@@ -182,6 +133,7 @@ TEST_F(ViewportTest, FirstFrozenLayersGoBeforeTheStatusFlags) {
     EXPECT_EQ(std::count(codes.begin(), codes.end(), 331), 2);
 }
 
+// The lists after the abort are those of the file.
 TEST_F(ViewportTest, AbortUndoesFreezeAndThaw) {
     KdDbTransactionManager& tm = *m_db.transactionManager();
     ASSERT_NE(tm.startTransaction(), nullptr);
@@ -196,11 +148,14 @@ TEST_F(ViewportTest, AbortUndoesFreezeAndThaw) {
     EXPECT_EQ(frozenHandles(m_db, kVpLayer2), Handles{kLayer2});
     KdDbObjectPointer<KdDbViewport> vp(id(kVpLayer1), KdDb::kForRead);
     ASSERT_TRUE(vp);
+    EXPECT_TRUE(vp->isLayerFrozenInViewport(id(kLayer1)));
     EXPECT_FALSE(vp->isLayerFrozenInViewport(id(kLayer2)));
+    EXPECT_FALSE(vp->isLayerFrozenInViewport(KdDbObjectId::kNull));
 }
 
 TEST_F(ViewportTest, LayerOverridesPerViewport) {
-    const KdDbObjectId dashed = addLinetype(L"TV_DASHED");
+    const KdDbObjectId dashed =
+        tvtest::addRecord<KdDbLinetypeTable, KdDbLinetypeTableRecord>(m_db, L"TV_DASHED");
     ASSERT_FALSE(dashed.isNull());
     KdCmColor red, blue;
     ASSERT_EQ(red.setRGB(200, 10, 20), Kdad::eOk);
@@ -260,11 +215,7 @@ TEST_F(ViewportTest, LayerOverridesPerViewport) {
         EXPECT_FALSE(other->hasOverrides(vp2));
     };
     check(m_db, true);
-    {
-        KdDbDatabase re(false);
-        reload(re);
-        check(re, true);
-    }
+    check(*tvtest::reloaded(m_db), true);
 
     {
         KdDbObjectPointer<KdDbLayerTableRecord> layer(id(kLayer1), KdDb::kForWrite);
@@ -272,9 +223,7 @@ TEST_F(ViewportTest, LayerOverridesPerViewport) {
         ASSERT_EQ(layer->removeViewportOverrides(id(kVpLayer1)), Kdad::eOk);
     }
     check(m_db, false);
-    KdDbDatabase re(false);
-    reload(re);
-    check(re, false);
+    check(*tvtest::reloaded(m_db), false);
 }
 
 TEST_F(ViewportTest, OverrideRecordsAreReadableByEzdxf) {

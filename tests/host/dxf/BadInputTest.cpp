@@ -6,6 +6,8 @@
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -16,6 +18,9 @@
 #include <vector>
 
 namespace {
+
+using tvtest::drawingText;
+using tvtest::findLayer;
 
 std::string readTestDrawing(const char* name) {
     std::ifstream in(std::string(TV_TESTDATA_DIR) + "/" + name, std::ios::binary);
@@ -48,17 +53,9 @@ std::string join(const std::vector<Tag>& tags) {
 // The DXF text of a new drawing with two extra layers, as tags.
 std::vector<Tag> drawingWithLayers() {
     KdDbDatabase db;
-    KdDbLayerTable* table = nullptr;
-    EXPECT_EQ(db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
-    for (const wchar_t* name : {L"Alpha", L"Beta"}) {
-        auto* layer = new KdDbLayerTableRecord;
-        EXPECT_EQ(layer->setName(name), Kdad::eOk);
-        EXPECT_EQ(table->add(layer), Kdad::eOk);
-    }
-    table->close();
-    std::string text;
-    EXPECT_EQ(db.writeDxf(text), Kdad::eOk);
-    return parse(text);
+    tvtest::addLayer(db, L"Alpha");
+    tvtest::addLayer(db, L"Beta");
+    return parse(drawingText(db));
 }
 
 // Index of the "0 LAYER" record whose name is `name`.
@@ -82,12 +79,6 @@ size_t fieldOf(const std::vector<Tag>& tags, size_t record, int code) {
     return record;
 }
 
-std::string textOf(KdDbDatabase& db) {
-    std::string out;
-    EXPECT_EQ(db.writeDxf(out), Kdad::eOk);
-    return out;
-}
-
 bool anyWarningContains(const KdDbDatabase& db, const std::string& what) {
     for (const std::string& w : db.readWarnings())
         if (w.find(what) != std::string::npos)
@@ -95,15 +86,16 @@ bool anyWarningContains(const KdDbDatabase& db, const std::string& what) {
     return false;
 }
 
-// Reads `text` into a database that holds a real drawing and checks that the read fails with a
-// message and leaves the drawing unchanged.
-void expectRefused(const std::string& text, const std::string& what) {
+// Reads `text` into a database that holds a drawing and checks that the read fails with a
+// message and leaves the drawing unchanged; gives the message.
+std::string expectRefused(const std::string& text, const std::string& what) {
     KdDbDatabase db;
-    std::string before = textOf(db);
+    std::string before = drawingText(db);
     std::string err;
     EXPECT_NE(db.readDxfBuffer(text, &err), Kdad::eOk) << what;
     EXPECT_FALSE(err.empty()) << what;
-    EXPECT_EQ(textOf(db), before) << what << ": the failed read changed the database";
+    EXPECT_EQ(drawingText(db), before) << what << ": the failed read changed the database";
+    return err;
 }
 
 TEST(BadDxfInput, TruncatedFilesAreRefused) {
@@ -148,10 +140,7 @@ TEST(BadDxfInput, StructuralFaultsAreRefusedWithTheLine) {
          "value line missing at the end"},
     };
     for (const Case& c : cases) {
-        expectRefused(c.text, c.what);
-        KdDbDatabase db(false);
-        std::string err;
-        EXPECT_NE(db.readDxfBuffer(c.text, &err), Kdad::eOk) << c.what;
+        const std::string err = expectRefused(c.text, c.what);
         // Messages read "file:line: what was expected".
         EXPECT_NE(err.find("<memory>:" + std::to_string(c.line) + ":"), std::string::npos)
             << c.what << ": " << err;
@@ -175,20 +164,17 @@ TEST(BadDxfInput, FailedReadLeavesALoadedDrawingUnchanged) {
         GTEST_SKIP() << path << " is missing";
     std::string err;
     ASSERT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
-    const std::string before = textOf(db);
+    const std::string before = drawingText(db);
     const std::string name = db.fileName();
     const KdDb::DwgVersion version = db.originalFileVersion();
 
     std::string full = readTestDrawing("showcase_r2018.dxf");
     EXPECT_NE(db.readDxfBuffer(full.substr(0, full.size() / 2), &err), Kdad::eOk);
     EXPECT_NE(db.readDxfFile("/nonexistent/folder/missing.dxf", &err), Kdad::eOk);
-    EXPECT_EQ(textOf(db), before);
+    EXPECT_EQ(drawingText(db), before);
     EXPECT_EQ(db.originalFileVersion(), version);
     EXPECT_FALSE(db.layerZero().isNull());
-    KdDbLayerTable* table = nullptr;
-    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    EXPECT_TRUE(table->has(L"Layer_true_color"));
-    table->close();
+    EXPECT_FALSE(findLayer(db, L"Layer_true_color").isNull());
     EXPECT_EQ(db.fileName(), name);
 }
 
@@ -203,13 +189,10 @@ TEST(BadDxfInput, DuplicateHandlesLoadWithAWarningAndAreMadeUnique) {
     ASSERT_EQ(db.readDxfBuffer(join(tags), &err), Kdad::eOk) << err;
     EXPECT_TRUE(anyWarningContains(db, "duplicate handle")) << "no warning";
 
-    KdDbLayerTable* table = nullptr;
-    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    EXPECT_TRUE(table->has(L"Alpha"));
-    EXPECT_TRUE(table->has(L"Beta"));
-    table->close();
+    EXPECT_FALSE(findLayer(db, L"Alpha").isNull());
+    EXPECT_FALSE(findLayer(db, L"Beta").isNull());
 
-    std::vector<Tag> saved = parse(textOf(db));
+    std::vector<Tag> saved = parse(drawingText(db));
     std::set<std::string> handles;
     for (size_t i = 0; i + 1 < saved.size(); ++i) {
         if (saved[i].code != 0)
@@ -235,7 +218,7 @@ TEST(BadDxfInput, DanglingOwnerLoadsWithAWarning) {
     std::string err;
     ASSERT_EQ(db.readDxfBuffer(join(tags), &err), Kdad::eOk) << err;
     EXPECT_TRUE(anyWarningContains(db, "FFFFF")) << "no warning names the missing owner";
-    std::string saved = textOf(db);
+    std::string saved = drawingText(db);
     KdDbDatabase again(false);
     EXPECT_EQ(again.readDxfBuffer(saved, &err), Kdad::eOk) << err;
 }
@@ -266,31 +249,20 @@ TEST(BadDxfInput, CyclicBlockReferencesLoadAndSave) {
     ASSERT_EQ(db.getSymbolTable(layers, KdDb::kForRead), Kdad::eOk);
     layers->generateUsageData(); // must not loop through the cycle
     layers->close();
-    KdDbObjectId inner;
-    {
-        KdDbLayerTable* t = nullptr;
-        ASSERT_EQ(db.getSymbolTable(t, KdDb::kForRead), Kdad::eOk);
-        EXPECT_EQ(t->getAt(L"Inner", inner), Kdad::eOk);
-        t->close();
-    }
-    KdDbObjectPointer<KdDbLayerTableRecord> innerLayer(inner, KdDb::kForRead);
+    KdDbObjectPointer<KdDbLayerTableRecord> innerLayer(findLayer(db, L"Inner"), KdDb::kForRead);
     ASSERT_TRUE(innerLayer);
     EXPECT_TRUE(innerLayer->isInUse());
     innerLayer.close();
 
-    std::string saved = textOf(db);
+    std::string saved = drawingText(db);
     KdDbDatabase again(false);
     ASSERT_EQ(again.readDxfBuffer(saved, &err), Kdad::eOk) << err;
-    KdDbBlockTable* blocks = nullptr;
-    ASSERT_EQ(again.getSymbolTable(blocks, KdDb::kForRead), Kdad::eOk);
-    KdDbObjectId a, b;
-    EXPECT_EQ(blocks->getAt(L"A", a), Kdad::eOk);
-    EXPECT_EQ(blocks->getAt(L"B", b), Kdad::eOk);
-    blocks->close();
-    KdDbObjectPointer<KdDbBlockTableRecord> blockB(b, KdDb::kForRead);
+    EXPECT_FALSE(tvtest::findRecord<KdDbBlockTable>(again, L"A").isNull());
+    KdDbObjectPointer<KdDbBlockTableRecord> blockB(tvtest::findRecord<KdDbBlockTable>(again, L"B"),
+                                                   KdDb::kForRead);
     ASSERT_TRUE(blockB);
     EXPECT_EQ(blockB->entityCount(), 1u);
-    std::string savedAgain = textOf(again);
+    std::string savedAgain = drawingText(again);
     EXPECT_EQ(savedAgain, saved);
 }
 

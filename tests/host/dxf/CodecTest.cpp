@@ -4,6 +4,8 @@
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -12,17 +14,31 @@
 namespace {
 
 using tvdxf::DxfCodec;
+using tvtest::findLayer;
 
-TEST(DxfCodec, Utf8RoundTripsEveryPlane) {
-    DxfCodec codec;
-    EXPECT_TRUE(codec.isUtf8());
-    const std::wstring text = L"A\u00E4\u20AC\u0416\U0001D11E";
-    const std::string bytes = "A\xC3\xA4\xE2\x82\xAC\xD0\x96\xF0\x9D\x84\x9E";
-    EXPECT_EQ(codec.encode(text), bytes);
-    EXPECT_EQ(codec.decode(bytes), text);
+TEST(DxfCodec, EachEncodingWritesItsBytesAndReadsThemBack) {
+    struct Case {
+        const char* codePage; // null: the UTF-8 of new drawings
+        std::wstring text;
+        std::string bytes;
+    };
+    const Case cases[] = {
+        {nullptr, L"A\u00E4\u20AC\u0416\U0001D11E",
+         "A\xC3\xA4\xE2\x82\xAC\xD0\x96\xF0\x9D\x84\x9E"},
+        // 0x80 is the euro sign and 0x9F Y with diaeresis in 1252, not C1 controls.
+        {"ANSI_1252", L"\u20AC\u0178\u00C4\u00FF plain", "\x80\x9F\xC4\xFF plain"},
+        {"ANSI_1251", L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442 \u0401\u0451",
+         "\xD4\xF3\xED\xE4\xE0\xEC\xE5\xED\xF2 \xA8\xB8"},
+    };
+    for (const Case& c : cases) {
+        DxfCodec codec = c.codePage ? DxfCodec(c.codePage) : DxfCodec();
+        EXPECT_EQ(codec.isUtf8(), c.codePage == nullptr);
+        EXPECT_EQ(codec.encode(c.text), c.bytes) << (c.codePage ? c.codePage : "UTF-8");
+        EXPECT_EQ(codec.decode(c.bytes), c.text) << (c.codePage ? c.codePage : "UTF-8");
+    }
     // Escapes are read in UTF-8 drawings too.
-    EXPECT_EQ(codec.decode("x\\U+0416y"), L"x\u0416y");
-    EXPECT_EQ(codec.decode(""), L"");
+    EXPECT_EQ(DxfCodec().decode("x\\U+0416y"), L"x\u0416y");
+    EXPECT_EQ(DxfCodec().decode(""), L"");
 }
 
 TEST(DxfCodec, CodePageNamesAndFallback) {
@@ -36,23 +52,6 @@ TEST(DxfCodec, CodePageNamesAndFallback) {
     DxfCodec unknown("no such code page");
     EXPECT_EQ(unknown.codePage(), 1252);
     EXPECT_EQ(unknown.decode("\xC4"), L"\u00C4");
-}
-
-TEST(DxfCodec, Cp1252DecodesAndEncodesItsUpperHalf) {
-    DxfCodec codec("ANSI_1252");
-    // 0x80 is the euro sign and 0x9F Y with diaeresis in 1252, not C1 controls.
-    EXPECT_EQ(codec.decode("\x80\x9F\xC4\xFF"), L"\u20AC\u0178\u00C4\u00FF");
-    EXPECT_EQ(codec.encode(L"\u20AC\u0178\u00C4\u00FF"), "\x80\x9F\xC4\xFF");
-    EXPECT_EQ(codec.encode(L"plain ASCII"), "plain ASCII");
-}
-
-TEST(DxfCodec, Cp1251DecodesAndEncodesCyrillic) {
-    DxfCodec codec("ANSI_1251");
-    const std::wstring text =
-        L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442 \u0401\u0451";
-    const std::string bytes = "\xD4\xF3\xED\xE4\xE0\xEC\xE5\xED\xF2 \xA8\xB8";
-    EXPECT_EQ(codec.decode(bytes), text);
-    EXPECT_EQ(codec.encode(text), bytes);
 }
 
 TEST(DxfCodec, EscapesMixWithEightBitBytes) {
@@ -89,70 +88,50 @@ KdString layerNameOf(KdDbObjectId id) {
     return layer ? layer->name() : KdString();
 }
 
-TEST(DxfCodecDrawings, R12EscapedLayerNameDecodesAndSurvivesASave) {
-    const std::string path = std::string(TV_TESTDATA_DIR) + "/ezdxf_ascii_r12_escapes.dxf";
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << path << " is missing";
+// A test drawing read into a database; the test is skipped when the file is missing.
+class DxfCodecDrawings : public ::testing::Test {
+protected:
+    bool load(const char* name) {
+        const std::string path = std::string(TV_TESTDATA_DIR) + "/" + name;
+        if (!std::filesystem::exists(path))
+            return false;
+        std::string err;
+        EXPECT_EQ(m_db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
+        return true;
+    }
+    KdDbDatabase m_db{false};
+};
+
+TEST_F(DxfCodecDrawings, R12EscapedLayerNameDecodesAndSurvivesASave) {
+    if (!load("ezdxf_ascii_r12_escapes.dxf"))
+        GTEST_SKIP() << "ezdxf_ascii_r12_escapes.dxf is missing";
     // \U+039B\U+0391\U+0393\U+0395\U+03A1 then the cp1252 bytes C4 DC D6.
     const std::wstring expected = L"\u039B\u0391\u0393\u0395\u03A1\u00C4\u00DC\u00D6";
-    KdDbDatabase db(false);
-    std::string err;
-    ASSERT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
-    KdDbLayerTable* table = nullptr;
-    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    KdDbObjectId id;
-    EXPECT_EQ(table->getAt(expected.c_str(), id), Kdad::eOk);
-    table->close();
+    const KdDbObjectId id = findLayer(m_db, expected.c_str());
+    EXPECT_FALSE(id.isNull());
     EXPECT_EQ(layerNameOf(id).str(), expected);
-    EXPECT_EQ(db.clayer(), id);
-
-    std::string saved;
-    ASSERT_EQ(db.writeDxf(saved), Kdad::eOk);
-    KdDbDatabase again(false);
-    ASSERT_EQ(again.readDxfBuffer(saved, &err), Kdad::eOk) << err;
-    EXPECT_EQ(layerNameOf(again.clayer()).str(), expected);
+    EXPECT_EQ(m_db.clayer(), id);
+    EXPECT_EQ(layerNameOf(tvtest::reloaded(m_db)->clayer()).str(), expected);
 }
 
-TEST(DxfCodecDrawings, R2010DrawingIsUtf8WhateverItsCodePageSays) {
-    const std::string path = std::string(TV_TESTDATA_DIR) + "/cyrillic_utf8_r2010.dxf";
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << path << " is missing";
-    KdDbDatabase db(false);
-    std::string err;
-    ASSERT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
-    KdDbLayerTable* table = nullptr;
-    ASSERT_EQ(db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    EXPECT_TRUE(table->has(L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442"));
-    EXPECT_TRUE(table->has(L"\u0444\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442"))
+TEST_F(DxfCodecDrawings, R2010DrawingIsUtf8WhateverItsCodePageSays) {
+    if (!load("cyrillic_utf8_r2010.dxf"))
+        GTEST_SKIP() << "cyrillic_utf8_r2010.dxf is missing";
+    EXPECT_FALSE(
+        findLayer(m_db, L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442").isNull());
+    EXPECT_FALSE(
+        findLayer(m_db, L"\u0444\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442").isNull())
         << "lookup should ignore the case of Cyrillic letters as well";
-    table->close();
 }
 
-TEST(DxfCodecDrawings, NewLayerNameIsEscapedInACodePageDrawing) {
-    const std::string path = std::string(TV_TESTDATA_DIR) + "/showcase_r2000.dxf";
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << path << " is missing";
-    KdDbDatabase db(false);
-    std::string err;
-    ASSERT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
+TEST_F(DxfCodecDrawings, NewLayerNameIsEscapedInACodePageDrawing) {
+    if (!load("showcase_r2000.dxf"))
+        GTEST_SKIP() << "showcase_r2000.dxf is missing";
     const std::wstring name = L"\u65E5\u672C \u00E9";
-    {
-        KdDbLayerTable* table = nullptr;
-        ASSERT_EQ(db.getSymbolTable(table, KdDb::kForWrite), Kdad::eOk);
-        auto* layer = new KdDbLayerTableRecord;
-        ASSERT_EQ(layer->setName(name.c_str()), Kdad::eOk);
-        ASSERT_EQ(table->add(layer), Kdad::eOk);
-        table->close();
-    }
-    std::string saved;
-    ASSERT_EQ(db.writeDxf(saved), Kdad::eOk);
+    ASSERT_FALSE(tvtest::addLayer(m_db, name.c_str()).isNull());
+    const std::string saved = tvtest::drawingText(m_db);
     EXPECT_NE(saved.find("\\U+65E5\\U+672C \xE9"), std::string::npos);
-    KdDbDatabase again(false);
-    ASSERT_EQ(again.readDxfBuffer(saved, &err), Kdad::eOk) << err;
-    KdDbLayerTable* table = nullptr;
-    ASSERT_EQ(again.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
-    EXPECT_TRUE(table->has(name.c_str()));
-    table->close();
+    EXPECT_FALSE(findLayer(*tvtest::reloaded(m_db), name.c_str()).isNull());
 }
 
 } // namespace

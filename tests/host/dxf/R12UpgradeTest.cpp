@@ -8,6 +8,8 @@
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbViewport.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -88,18 +90,15 @@ TEST(R12Upgrade, DrawingGetsTheStructureOfR2000) {
     EXPECT_EQ(model->name().str(), L"*Model_Space");
     EXPECT_EQ(model->entityCount(), 3u); // LINE, INSERT, TEXT
     EXPECT_FALSE(db.paperSpaceId().isNull());
-    auto* blocks = dynamic_cast<KdDbBlockTable*>(objectOf(db.blockTableId()));
-    ASSERT_NE(blocks, nullptr);
-    KdDbObjectId doorId;
-    ASSERT_EQ(blocks->getAt(L"DOOR", doorId), Kdad::eOk);
-    EXPECT_EQ(dynamic_cast<KdDbBlockTableRecord*>(objectOf(doorId))->entityCount(), 1u);
+    auto* door = dynamic_cast<KdDbBlockTableRecord*>(
+        objectOf(tvtest::findRecord<KdDbBlockTable>(db, L"DOOR")));
+    ASSERT_NE(door, nullptr);
+    EXPECT_EQ(door->entityCount(), 1u);
 
     // Layers keep their properties and the current layer.
-    auto* layers = dynamic_cast<KdDbLayerTable*>(objectOf(db.layerTableId()));
-    ASSERT_NE(layers, nullptr);
-    KdDbObjectId wallsId;
-    ASSERT_EQ(layers->getAt(L"WALLS", wallsId), Kdad::eOk);
+    const KdDbObjectId wallsId = tvtest::findLayer(db, L"WALLS");
     auto* walls = dynamic_cast<KdDbLayerTableRecord*>(objectOf(wallsId));
+    ASSERT_NE(walls, nullptr);
     EXPECT_TRUE(walls->isOff());
     EXPECT_TRUE(walls->isLocked());
     EXPECT_EQ(walls->color().colorIndex(), 3);
@@ -123,10 +122,7 @@ TEST(R12Upgrade, DrawingGetsTheStructureOfR2000) {
     EXPECT_EQ(viewport->ownerId(), db.paperSpaceId());
     std::vector<KdDbObjectId> frozen;
     ASSERT_EQ(viewport->getFrozenLayerList(frozen), Kdad::eOk);
-    KdDbObjectId doorsId;
-    ASSERT_EQ(layers->getAt(L"DOORS", doorsId), Kdad::eOk);
-    ASSERT_EQ(frozen.size(), 1u);
-    EXPECT_EQ(frozen[0], doorsId);
+    EXPECT_EQ(frozen, std::vector<KdDbObjectId>{tvtest::findLayer(db, L"DOORS")});
 
     // Dictionaries exist, so later features can keep data in the drawing.
     EXPECT_FALSE(db.namedObjectsDictionaryId().isNull());
@@ -138,18 +134,15 @@ TEST(R12Upgrade, SavedDrawingReadsBackUnchanged) {
     KdDbDatabase db(false);
     std::string err;
     ASSERT_EQ(db.readDxfBuffer(r12Drawing(), &err), Kdad::eOk) << err;
-    std::string first;
-    ASSERT_EQ(db.writeDxf(first), Kdad::eOk);
+    const std::string first = tvtest::drawingText(db);
     EXPECT_NE(first.find("AC1015"), std::string::npos);
     EXPECT_NE(first.find("AcDbArc"), std::string::npos);
 
-    KdDbDatabase again(false);
-    ASSERT_EQ(again.readDxfBuffer(first, &err), Kdad::eOk) << err;
-    EXPECT_TRUE(again.readWarnings().empty()) << again.readWarnings().front();
-    std::string second;
-    ASSERT_EQ(again.writeDxf(second), Kdad::eOk);
-    EXPECT_TRUE(first == second) << "a second save of the upgraded drawing changed it";
-    EXPECT_EQ(entityTypes(db), entityTypes(again));
+    auto again = tvtest::reloaded(db);
+    EXPECT_TRUE(again->readWarnings().empty()) << again->readWarnings().front();
+    EXPECT_TRUE(first == tvtest::drawingText(*again))
+        << "a second save of the upgraded drawing changed it";
+    EXPECT_EQ(entityTypes(db), entityTypes(*again));
 }
 
 TEST(R12Upgrade, RealR12DrawingKeepsEveryEntity) {

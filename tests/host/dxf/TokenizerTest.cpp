@@ -4,6 +4,8 @@
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbEntity.h"
 
+#include "host/db/DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -151,17 +153,14 @@ TEST(TokenizerTest, EntityInsideModelSpaceBlockSurvivesLoadAndSave) {
     KdDbDatabase db(false);
     std::string err;
     ASSERT_EQ(db.readDxfBuffer(text, &err), Kdad::eOk) << err;
-    std::string saved;
-    ASSERT_EQ(db.writeDxf(saved), Kdad::eOk);
-
-    KdDbDatabase reread(false);
-    ASSERT_EQ(reread.readDxfBuffer(saved, &err), Kdad::eOk) << err;
-    KdDbObjectId id = reread.objectIdOf(0xE00);
+    const std::string saved = tvtest::drawingText(db);
+    auto reread = tvtest::reloaded(db);
+    KdDbObjectId id = reread->objectIdOf(0xE00);
     ASSERT_FALSE(id.isNull()) << "the LINE in *Model_Space was dropped";
     KdDbObjectPointer<KdDbEntity> ent(id, KdDb::kForRead);
     ASSERT_TRUE(ent);
     EXPECT_EQ(ent->dxfName(), "LINE");
-    EXPECT_EQ(ent->ownerId(), reread.modelSpaceId());
+    EXPECT_EQ(ent->ownerId(), reread->modelSpaceId());
     EXPECT_EQ(ent->layer().str(), L"Layer2");
     EXPECT_EQ(ent->tagValue(11), "7.25");
 

@@ -7,28 +7,23 @@
 #include <cstdlib>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace {
 
 using tvtest::ScopedAnsiCodePage;
 
 TEST(CodePageSystem, IsTheEnvironmentsKnownCodePageOr1252) {
-    {
-        ScopedAnsiCodePage unset(nullptr);
-        EXPECT_EQ(kdSystemAnsiCodePage(), "ANSI_1252");
-    }
-    {
-        ScopedAnsiCodePage cyrillic(" ansi_1251 ");
-        EXPECT_EQ(kdSystemAnsiCodePage(), "ANSI_1251");
-    }
-    {
-        ScopedAnsiCodePage japanese("ANSI_932");
-        EXPECT_EQ(kdSystemAnsiCodePage(), "ANSI_932");
-    }
-    // Names a drawing may carry but that are no ANSI code page of the Host, and garbage.
-    for (const char* other : {"", "1251", "UTF-8", "ANSI_", "ANSI_1361", "ANSI_99999", "cp1251"}) {
-        ScopedAnsiCodePage scoped(other);
-        EXPECT_EQ(kdSystemAnsiCodePage(), "ANSI_1252") << other;
+    // Unset, known code pages in any case and blanks, then names a drawing may carry but that
+    // are no ANSI code page of the Host, and garbage.
+    const std::pair<const char*, const char*> cases[] = {
+        {nullptr, "ANSI_1252"}, {" ansi_1251 ", "ANSI_1251"}, {"ANSI_932", "ANSI_932"},
+        {"", "ANSI_1252"},      {"1251", "ANSI_1252"},        {"UTF-8", "ANSI_1252"},
+        {"ANSI_", "ANSI_1252"}, {"ANSI_1361", "ANSI_1252"},   {"ANSI_99999", "ANSI_1252"},
+        {"cp1251", "ANSI_1252"}};
+    for (const auto& [value, expected] : cases) {
+        ScopedAnsiCodePage scoped(value);
+        EXPECT_EQ(kdSystemAnsiCodePage(), expected) << (value ? value : "unset");
     }
 }
 
@@ -39,18 +34,14 @@ TEST(CodePageNames, UnknownCodePagesFailAndLeaveTheOutputEmpty) {
     EXPECT_FALSE(kdIsKnownCodePage("UTF-8"));
     EXPECT_FALSE(kdIsKnownCodePage(nullptr));
 
-    std::string bytes = "stale";
-    std::wstring wide = L"stale";
-    EXPECT_FALSE(kdWideToMultiByte(L"abc", "ANSI_9999", bytes));
-    EXPECT_TRUE(bytes.empty());
-    EXPECT_FALSE(kdMultiByteToWide("abc", "UTF-8", wide));
-    EXPECT_TRUE(wide.empty());
-    bytes = "stale";
-    wide = L"stale";
-    EXPECT_FALSE(kdWideToMultiByte(L"abc", nullptr, bytes));
-    EXPECT_TRUE(bytes.empty());
-    EXPECT_FALSE(kdMultiByteToWide("abc", nullptr, wide));
-    EXPECT_TRUE(wide.empty());
+    for (const char* codePage : {"ANSI_9999", "UTF-8", static_cast<const char*>(nullptr)}) {
+        std::string bytes = "stale";
+        std::wstring wide = L"stale";
+        EXPECT_FALSE(kdWideToMultiByte(L"abc", codePage, bytes));
+        EXPECT_TRUE(bytes.empty());
+        EXPECT_FALSE(kdMultiByteToWide("abc", codePage, wide));
+        EXPECT_TRUE(wide.empty());
+    }
     EXPECT_FALSE(kdIsLeadByte("bogus", 0x81));
     EXPECT_FALSE(kdIsLeadByte(nullptr, 0x81));
 }
