@@ -95,69 +95,25 @@ protected:
     const int m_wallsIndex = kdcmNearestColorIndex(0x11, 0x22, 0x33);
 };
 
-TEST_F(Restore, EveryBoxCheckedMakesTheDrawingMatchTheState) {
-    EXPECT_EQ(m_state->matchFlag(), 0);
-    const LayerProps extraBefore = propsOf(m_db, L"EXTRA");
-    ASSERT_EQ(m_mgr.restore(m_state), 1);
-
-    const LayerProps walls = propsOf(m_db, L"WALLS");
-    EXPECT_TRUE(walls.off);
-    EXPECT_TRUE(walls.frozen);
-    EXPECT_TRUE(walls.locked);
-    EXPECT_FALSE(walls.plottable);
-    EXPECT_FALSE(walls.newViewportFrozen);
-    KdCmColor rgb;
-    ASSERT_EQ(rgb.setColor(walls.color), Kdad::eOk);
-    EXPECT_TRUE(rgb.isByColor());
-    EXPECT_EQ(rgb.trueColor24(), 0x112233u) << "red and blue change places";
-    EXPECT_EQ(walls.linetype, L"HIDDEN");
-    EXPECT_EQ(walls.lineweight, 25);
-
-    const LayerProps doors = propsOf(m_db, L"DOORS");
-    EXPECT_FALSE(doors.off);
-    EXPECT_TRUE(doors.newViewportFrozen);
-    EXPECT_EQ(doors.color, indexColor(6).color());
-    EXPECT_EQ(doors.linetype, L"DASHED");
-    EXPECT_EQ(doors.lineweight, 35);
-
-    EXPECT_EQ(propsOf(m_db, L"EXTRA"), extraBefore);
-    EXPECT_EQ(currentLayerName(m_db), L"DOORS");
-    EXPECT_EQ(m_mgr.lastRestored(), L"Target");
-    EXPECT_EQ(m_mgr.computeMatch(m_state), 1);
-    EXPECT_EQ(m_state->mask(), kTvMaskAll | kTvMaskKept);
-}
-
-class RestoreCaptured : public Restore {
-protected:
-    void SetUp() override {
-        Restore::SetUp();
-        editLayer(m_db, L"DOORS", [](KdDbLayerTableRecord& l) {
-            l.setColor(rgbColor(0xC0, 0xB0, 0xA0, L"PANTONE 123 C", L"PANTONE+ Solid Coated"));
-            l.setIsLocked(true);
-            l.setIsPlottable(false);
-        });
-        ASSERT_EQ(m_db.setClayer(findLayer(m_db, L"WALLS")), Kdad::eOk);
-        m_captured = m_mgr.newState(L"Now", L"");
-        ASSERT_NE(m_captured, nullptr);
-        m_before = drawingText(m_db);
-    }
-    CTvLayerState* m_captured = nullptr;
-    std::string m_before;
-};
-
-TEST_F(RestoreCaptured, RestoringAStateJustCapturedChangesNothing) {
-    m_mgr.setRestoreBoxes(kTvMaskAll & ~kTvMaskPlotStyle);
-    ASSERT_EQ(m_mgr.restore(m_captured), 1);
-    EXPECT_EQ(firstDifference(m_before, drawingText(m_db)), "");
-    EXPECT_EQ(m_captured->matchFlag(), 1);
-}
-
 // In a drawing with colour-dependent plot styles the state's "Color_N" names are not written
-// as named plot styles: the plot style follows the colour.
-TEST_F(RestoreCaptured, WithThePlotStyleBoxItStillChangesNothing) {
+// as named plot styles: the plot style follows the colour, so its box changes nothing either.
+TEST_F(Restore, RestoringAStateJustCapturedChangesNothing) {
+    editLayer(m_db, L"DOORS", [](KdDbLayerTableRecord& l) {
+        l.setColor(rgbColor(0xC0, 0xB0, 0xA0, L"PANTONE 123 C", L"PANTONE+ Solid Coated"));
+        l.setIsLocked(true);
+        l.setIsPlottable(false);
+    });
+    ASSERT_EQ(m_db.setClayer(findLayer(m_db, L"WALLS")), Kdad::eOk);
+    CTvLayerState* captured = m_mgr.newState(L"Now", L"");
+    ASSERT_NE(captured, nullptr);
+    const std::string before = drawingText(m_db);
     ASSERT_TRUE(m_db.plotStyleMode()) << "colour-dependent plot styles";
-    ASSERT_EQ(m_mgr.restore(m_captured), 1);
-    EXPECT_EQ(firstDifference(m_before, drawingText(m_db)), "");
+    for (const uint32_t boxes : {kTvMaskAll & ~kTvMaskPlotStyle, uint32_t{kTvMaskAll}}) {
+        m_mgr.setRestoreBoxes(boxes);
+        ASSERT_EQ(m_mgr.restore(captured), 1);
+        EXPECT_EQ(firstDifference(before, drawingText(m_db)), "") << "boxes " << boxes;
+        EXPECT_EQ(captured->matchFlag(), 1);
+    }
 }
 
 struct BoxCase {
@@ -187,9 +143,8 @@ TEST_P(RestoreOneBox, ChangesOnlyItsProperty) {
     EXPECT_EQ(currentLayerName(m_db), L"DOORS") << "the current layer follows every restore";
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Boxes, RestoreOneBox,
-    ::testing::Values(
+std::vector<BoxCase> boxCases() {
+    std::vector<BoxCase> cases = {
         BoxCase{"OnOff", kTvMaskOn, [](LayerProps& w, LayerProps&) { w.off = true; }},
         BoxCase{"Frozen", kTvMaskFrozen, [](LayerProps& w, LayerProps&) { w.frozen = true; }},
         BoxCase{"Locked", kTvMaskLocked, [](LayerProps& w, LayerProps&) { w.locked = true; }},
@@ -211,72 +166,50 @@ INSTANTIATE_TEST_SUITE_P(
                 }},
         BoxCase{"NewViewportFrozen", kTvMaskNewViewportFrozen,
                 [](LayerProps&, LayerProps& d) { d.newViewportFrozen = true; }},
-        BoxCase{"None", 0, [](LayerProps&, LayerProps&) {}}),
-    [](const ::testing::TestParamInfo<BoxCase>& info) { return std::string(info.param.label); });
-
-TEST_F(Restore, TheMaskKeepsOnlyTheStoredExtraBit) {
-    m_mgr.setRestoreBoxes(kTvMaskColor);
-    ASSERT_EQ(m_mgr.restore(m_state), 1);
-    EXPECT_EQ(m_state->mask(), kTvMaskKept | kTvMaskColor);
-    m_state->setMask(kTvMaskAll);
-    m_mgr.setRestoreBoxes(kTvMaskOn | kTvMaskFrozen);
-    ASSERT_EQ(m_mgr.restore(m_state), 1);
-    EXPECT_EQ(m_state->mask(), kTvMaskOn | kTvMaskFrozen);
+        BoxCase{"None", 0, [](LayerProps&, LayerProps&) {}}};
+    // Every box at once: each of the changes above.
+    cases.push_back({"Every", kTvMaskAll, [cases](LayerProps& w, LayerProps& d) {
+                         for (const BoxCase& c : cases)
+                             c.expect(w, d);
+                     }});
+    return cases;
 }
 
-TEST_F(Restore, APartialRestoreLeavesTheStateDifferent) {
+INSTANTIATE_TEST_SUITE_P(Boxes, RestoreOneBox, ::testing::ValuesIn(boxCases()),
+                         [](const ::testing::TestParamInfo<BoxCase>& info) {
+                             return std::string(info.param.label);
+                         });
+
+TEST_F(Restore, OnlyAFullRestoreMakesTheStateMatch) {
+    EXPECT_EQ(m_state->matchFlag(), 0);
     m_mgr.setRestoreBoxes(kTvMaskColor);
     ASSERT_EQ(m_mgr.restore(m_state), 1);
     EXPECT_EQ(m_mgr.computeMatch(m_state), 0) << "linetypes and lineweights still differ";
+    m_state->setMask(kTvMaskAll);
     m_mgr.setRestoreBoxes(kTvMaskAll);
     ASSERT_EQ(m_mgr.restore(m_state), 1);
     EXPECT_EQ(m_mgr.computeMatch(m_state), 1);
+    EXPECT_EQ(m_mgr.lastRestored(), L"Target");
+    EXPECT_EQ(m_state->mask(), kTvMaskAll) << "the extra bit is kept only when it was stored";
 }
 
+// A linetype the drawing lacks becomes Continuous, on a layer made as on one it has.
 TEST_F(Restore, MissingLayersAreCreatedWithTheirProperties) {
     addState(m_mgr, L"New",
              {{L"NEWLAYER", kTvLayerLocked | kTvLayerPlottable, 2, kTvNoTrueColor, L"", L"HIDDEN",
                70, L"Color_2"},
-              {L"NEWRGB", kTvLayerOff, 9, 0x00CCBBAAu, L"", L"Continuous", -3, L"Color_9"}},
+              {L"NEWRGB", kTvLayerOff, 9, 0x00CCBBAAu, L"", L"NOSUCH", -3, L"Color_9"},
+              {L"WALLS", 8, 1, kTvNoTrueColor, L"", L"NOSUCH", -3, L"Color_1"}},
              kTvMaskAll, L"", L"NEWLAYER");
     ASSERT_EQ(m_mgr.restoreByName(L"new"), 1);
-    ASSERT_TRUE(findLayer(m_db, L"NEWLAYER").isValid());
-    const LayerProps made = propsOf(m_db, L"NEWLAYER");
-    EXPECT_TRUE(made.locked);
-    EXPECT_TRUE(made.plottable);
-    EXPECT_FALSE(made.off);
-    EXPECT_FALSE(made.frozen);
-    EXPECT_EQ(made.color, indexColor(2).color());
-    EXPECT_EQ(made.linetype, L"HIDDEN");
-    EXPECT_EQ(made.lineweight, 70);
-    const LayerProps rgb = propsOf(m_db, L"NEWRGB");
-    EXPECT_TRUE(rgb.off);
-    EXPECT_FALSE(rgb.plottable);
-    KdCmColor c;
-    ASSERT_EQ(c.setColor(rgb.color), Kdad::eOk);
-    EXPECT_EQ(c.trueColor24(), 0xAABBCCu);
-    EXPECT_EQ(currentLayerName(m_db), L"NEWLAYER");
-}
-
-TEST_F(Restore, ALayerDroppedFromStorageIsMadeAgainWhileTheStateIsHeld) {
-    CTvLayerState* s = addState(m_mgr, L"Gone", {layerRow(L"WALLS"), layerRow(L"GONE", 8, 30)});
-    ASSERT_EQ(m_mgr.save(), 1);
-    EXPECT_FALSE(findLayer(m_db, L"GONE").isValid());
-    ASSERT_EQ(m_mgr.restore(s), 1);
-    ASSERT_TRUE(findLayer(m_db, L"GONE").isValid());
-    EXPECT_EQ(propsOf(m_db, L"GONE").color, indexColor(30).color());
-}
-
-TEST_F(Restore, ALinetypeTheDrawingLacksBecomesContinuous) {
-    addState(m_mgr, L"Linetypes",
-             {{L"WALLS", 8, 1, kTvNoTrueColor, L"", L"NOSUCH", -3, L"Color_1"},
-              {L"MADE", 8, 2, kTvNoTrueColor, L"", L"NOSUCH", -3, L"Color_2"}},
-             kTvMaskAll, L"", L"0");
-    ASSERT_EQ(m_mgr.restoreByName(L"Linetypes"), 1);
+    EXPECT_EQ(propsOf(m_db, L"NEWLAYER"), (LayerProps{false, false, true, true, false,
+                                                      indexColor(2).color(), L"$", L"HIDDEN", 70}));
+    EXPECT_EQ(propsOf(m_db, L"NEWRGB"),
+              (LayerProps{true, false, false, false, false, rgbColor(0xAA, 0xBB, 0xCC).color(),
+                          L"$", L"Continuous", -3}));
     EXPECT_EQ(linetypeOf(m_db, L"WALLS"), L"Continuous");
-    ASSERT_TRUE(findLayer(m_db, L"MADE").isValid());
-    EXPECT_EQ(linetypeOf(m_db, L"MADE"), L"Continuous");
     EXPECT_FALSE(findLinetype(m_db, L"NOSUCH").isValid());
+    EXPECT_EQ(currentLayerName(m_db), L"NEWLAYER");
 }
 
 TEST_F(Restore, StatesFromAnotherDrawingBringTheirLinetypeAlong) {
@@ -335,14 +268,12 @@ TEST_F(Restore, OneLayerAloneCanBeRestoredIntoTheSnapshot) {
     ASSERT_TRUE(snapshot.fill(&m_db));
     m_mgr.setSnapshot(&snapshot);
     const LayerProps doors = propsOf(m_db, L"DOORS");
+    LayerProps expected = propsOf(m_db, L"WALLS");
+    expected.locked = true;
+    expected.lineweight = 25;
     ASSERT_EQ(m_mgr.restoreLayer(*walls, kTvMaskLocked | kTvMaskLineweight, 1), 1);
     EXPECT_EQ(snapshot.writeBack(), 1);
-    const LayerProps after = propsOf(m_db, L"WALLS");
-    EXPECT_TRUE(after.locked);
-    EXPECT_EQ(after.lineweight, 25);
-    EXPECT_FALSE(after.frozen);
-    EXPECT_FALSE(after.off);
-    EXPECT_EQ(after.linetype, L"DASHED");
+    EXPECT_EQ(propsOf(m_db, L"WALLS"), expected);
     EXPECT_EQ(propsOf(m_db, L"DOORS"), doors);
 }
 

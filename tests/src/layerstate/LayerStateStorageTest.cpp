@@ -14,34 +14,35 @@ std::string testData(const char* name) {
     return std::string(TV_TESTDATA_DIR) + "/" + name;
 }
 
-/// The lines of one section of DXF text ("TABLES", "ENTITIES" ...), codes trimmed.
+/// One section of DXF text ("TABLES", "ENTITIES" ...), codes trimmed, values as they are.
 std::string dxfSection(const std::string& text, const std::string& name) {
-    std::vector<std::string> lines;
-    std::string line;
     std::istringstream in(text);
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        lines.push_back(line);
-    }
-    auto trim = [](const std::string& s) {
-        const size_t b = s.find_first_not_of(' ');
-        return b == std::string::npos ? std::string() : s.substr(b);
-    };
-    std::string out;
-    bool in_section = false;
-    for (size_t i = 0; i + 1 < lines.size(); i += 2) {
-        const std::string code = trim(lines[i]);
-        if (!in_section && code == "0" && lines[i + 1] == "SECTION" && i + 3 < lines.size() &&
-            trim(lines[i + 2]) == "2" && lines[i + 3] == name)
-            in_section = true;
-        if (in_section) {
-            out += code + "\n" + lines[i + 1] + "\n";
-            if (code == "0" && lines[i + 1] == "ENDSEC")
+    std::string code, value, previous, out;
+    while (std::getline(in, code) && std::getline(in, value)) {
+        for (std::string* s : {&code, &value})
+            if (!s->empty() && s->back() == '\r')
+                s->pop_back();
+        const std::string pair =
+            code.substr(std::min(code.find_first_not_of(' '), code.size())) + "\n" + value + "\n";
+        if (out.empty() && previous == "0\nSECTION\n" && pair == "2\n" + name + "\n")
+            out = previous;
+        if (!out.empty()) {
+            out += pair;
+            if (pair == "0\nENDSEC\n")
                 break;
         }
+        previous = pair;
     }
     return out;
+}
+
+/// The sections a load and save of layer states must leave as they were.
+void expectSectionsKept(const std::string& before, const std::string& after) {
+    for (const char* section : {"TABLES", "BLOCKS", "ENTITIES"}) {
+        SCOPED_TRACE(section);
+        ASSERT_FALSE(dxfSection(before, section).empty());
+        EXPECT_EQ(firstDifference(dxfSection(before, section), dxfSection(after, section)), "");
+    }
 }
 
 /// A drawing read from disk and made current, with a manager on it.
@@ -88,6 +89,14 @@ protected:
         return back;
     }
 
+    /// A second manager that loads what is stored in the drawing now.
+    std::unique_ptr<CTvLayerStateManager> loadAgain() {
+        auto again = std::make_unique<CTvLayerStateManager>();
+        again->setDatabase(&m_db);
+        EXPECT_EQ(again->load(), 1);
+        return again;
+    }
+
     ModuleResources m_res;
     KdDbDatabase m_db;
     CurrentDrawing m_current{m_db};
@@ -122,79 +131,36 @@ TEST_F(Storage, SaveThenLoadThroughADxfFileGivesEqualStates) {
     EXPECT_EQ(host->layerStateMask(L"Plan"), 0x7FF);
     std::vector<KdString> names;
     ASSERT_EQ(host->getLayerStateLayers(names, L"Plan"), Kdad::eOk);
-    ASSERT_EQ(names.size(), 3u);
-    EXPECT_EQ(names[0].str(), L"WALLS");
-    EXPECT_EQ(names[1].str(), L"DOORS");
+    EXPECT_EQ(names, (std::vector<KdString>{L"WALLS", L"DOORS", L"0"}));
 }
 
-TEST_F(Storage, TheStoredRecordHasTheHeadThenOneBlockPerLayer) {
-    addState(m_mgr, L"Layout",
-             {
-                 layerRow(L"WALLS", 0x9, 1),
-                 {L"DOORS", 0x8, 3, 0x00102030u, L"B$C", L"DASHED", 25, L"Color_3"},
-             },
-             0x3FF, L"d", L"WALLS");
-    ASSERT_EQ(m_mgr.save(), 1);
-    const std::vector<StoredPair> pairs = storedPairs(m_db, L"Layout");
-    std::vector<int> codes;
-    for (const StoredPair& p : pairs)
-        codes.push_back(p.code);
-    const std::vector<int> expected = {91, 301, 290, 302, 330, 90,  62, 370, 331,
-                                       1,  330, 90,  62,  370, 331, 1,  92,  300};
-    EXPECT_EQ(codes, expected);
-    ASSERT_EQ(pairs.size(), expected.size());
-    EXPECT_EQ(pairs[0].number, 0x3FF);
-    EXPECT_EQ(pairs[1].text, L"d");
-    EXPECT_EQ(pairs[2].number, 1);
-    EXPECT_EQ(pairs[3].text, L"WALLS");
-    EXPECT_EQ(pairs[4].text, L"WALLS") << "the layer is referred to by its record";
-    EXPECT_EQ(pairs[8].text, L"Continuous") << "and its linetype too";
-    EXPECT_EQ(pairs[9].text, L"Color_1");
-    EXPECT_EQ(pairs[10].text, L"DOORS");
-    EXPECT_EQ(pairs[14].text, L"DASHED");
-    EXPECT_EQ(pairs[16].number, 0x00102030);
-    EXPECT_EQ(pairs[17].text, L"B$C");
-}
-
-TEST_F(Storage, AStateMarkedNeverToBeWrittenIsLeftOut) {
+// A state marked never to be written (viewport flag 2) is left out, and removed once it is
+// marked after it was stored.
+TEST_F(Storage, SavingIsAFullRewrite) {
+    ASSERT_EQ(m_mgr.load(), 1);
+    for (const wchar_t* name : {L"One", L"Two", L"Three"})
+        addState(m_mgr, name, {layerRow(L"0")});
     addState(m_mgr, L"Temporary", {layerRow(L"0")}, kTvMaskAll, L"", L"0", 2);
-    addState(m_mgr, L"Kept", {layerRow(L"0")}, kTvMaskAll, L"", L"0", 1);
     addState(m_mgr, L"Converted", {layerRow(L"0")}, kTvMaskAll, L"", L"0", 0);
     ASSERT_EQ(m_mgr.save(), 1);
     std::vector<std::wstring> stored = storedStateNames(m_db);
     std::sort(stored.begin(), stored.end());
-    EXPECT_EQ(stored, (std::vector<std::wstring>{L"Converted", L"Kept"}));
-
-    // Marked after it was stored once: the next save removes it.
-    m_mgr.findState(L"Kept")->setViewportFlag(2);
-    ASSERT_EQ(m_mgr.save(), 1);
-    EXPECT_EQ(storedStateNames(m_db), (std::vector<std::wstring>{L"Converted"}));
-}
-
-TEST_F(Storage, SavingIsAFullRewrite) {
-    ASSERT_EQ(m_mgr.load(), 1);
-    addState(m_mgr, L"One", {layerRow(L"0")});
-    addState(m_mgr, L"Two", {layerRow(L"0")});
-    addState(m_mgr, L"Three", {layerRow(L"0")});
-    ASSERT_EQ(m_mgr.save(), 1);
-    EXPECT_EQ(storedStateNames(m_db).size(), 3u);
+    EXPECT_EQ(stored, (std::vector<std::wstring>{L"Converted", L"One", L"Three", L"Two"}));
 
     EXPECT_TRUE(m_mgr.deleteState(L"TWO"));
     EXPECT_FALSE(m_mgr.deleteState(L"Two")) << "gone already";
-    ASSERT_EQ(m_mgr.stateCount(), 2u);
-    EXPECT_EQ(m_mgr.states()[0]->listIndex(), 0);
-    EXPECT_EQ(m_mgr.states()[1]->listIndex(), 1) << "the list is numbered again";
+    ASSERT_EQ(m_mgr.stateCount(), 4u);
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(m_mgr.states()[static_cast<size_t>(i)]->listIndex(), i) << "numbered again";
     EXPECT_TRUE(m_mgr.renameState(L"three", L"Drei"));
+    m_mgr.findState(L"One")->setViewportFlag(2);
     ASSERT_EQ(m_mgr.save(), 1);
-    std::vector<std::wstring> stored = storedStateNames(m_db);
+    stored = storedStateNames(m_db);
     std::sort(stored.begin(), stored.end());
-    EXPECT_EQ(stored, (std::vector<std::wstring>{L"Drei", L"One"}));
-
-    CTvLayerStateManager again;
-    again.setDatabase(&m_db);
-    ASSERT_EQ(again.load(), 1);
-    EXPECT_EQ(again.stateCount(), 2u);
-    EXPECT_EQ(again.findState(L"Three"), nullptr);
+    EXPECT_EQ(stored, (std::vector<std::wstring>{L"Converted", L"Drei"}));
+    auto again = loadAgain();
+    EXPECT_EQ(again->stateCount(), 2u);
+    EXPECT_EQ(again->findState(L"Three"), nullptr);
 }
 
 TEST_F(Storage, RenamingRefusesBadAndTakenNames) {
@@ -213,60 +179,40 @@ TEST_F(Storage, ALayerThatNoLongerExistsIsDroppedFromTheStoredRecord) {
     CTvLayerState* s =
         addState(m_mgr, L"Gone", {layerRow(L"WALLS"), layerRow(L"GONE"), layerRow(L"DOORS")});
     ASSERT_EQ(m_mgr.save(), 1);
-    const std::vector<StoredPair> pairs = storedPairs(m_db, L"Gone");
-    EXPECT_FALSE(storedLayerBlock(pairs, L"WALLS").empty());
-    EXPECT_FALSE(storedLayerBlock(pairs, L"DOORS").empty());
-    for (const StoredPair& p : pairs)
-        EXPECT_NE(p.text, L"GONE") << "code " << p.code;
-    EXPECT_EQ(storedLayerBlock(pairs, L"DOORS").size(), 6u) << "the next block is whole";
+    EXPECT_EQ(storedText(m_db, L"Gone"),
+              "91=1023\n301=\n290=1\n302=0\n"
+              "330=WALLS\n90=8\n62=7\n370=-3\n331=Continuous\n1=Color_7\n"
+              "330=DOORS\n90=8\n62=7\n370=-3\n331=Continuous\n1=Color_7\n");
     EXPECT_EQ(m_mgr.layersOf(s)->size(), 3u) << "the held state keeps it";
-
-    CTvLayerStateManager again;
-    again.setDatabase(&m_db);
-    ASSERT_EQ(again.load(), 1);
-    EXPECT_EQ(again.layersOf(again.findState(L"Gone"))->size(), 2u);
+    auto again = loadAgain();
+    EXPECT_EQ(again->layersOf(again->findState(L"Gone"))->size(), 2u);
 }
 
-TEST_F(Storage, AMissingLinetypeIsStoredAsContinuous) {
-    addState(m_mgr, L"Linetypes",
-             {{L"WALLS", 8, 1, kTvNoTrueColor, L"", L"NOSUCH", -3, L"Color_1"},
-              {L"DOORS", 8, 1, kTvNoTrueColor, L"", L"hidden", -3, L"Color_1"}});
-    auto back = saveAndReopen();
-    const CTvLayerState* s = back->mgr.findState(L"Linetypes");
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(layerOf(back->mgr, s, L"WALLS")->linetypeRef(), L"Continuous");
-    EXPECT_TRUE(tvEqualsNoCase(layerOf(back->mgr, s, L"DOORS")->linetypeRef(), L"HIDDEN"));
-    EXPECT_FALSE(findLinetype(*back->db, L"NOSUCH").isValid()) << "saving makes no linetypes";
-}
-
-// A true colour without a colour book gets 92 alone; a colour book without a true colour gets
-// a 92 of "no true colour" and no 300 (the .las file writes neither).
-TEST_F(Storage, TrueColourAndColourBookPairsOfTheStoredRecord) {
-    addState(m_mgr, L"Books",
-             {
-                 {L"WALLS", 8, 5, kTvNoTrueColor, L"ORPHAN$BOOK", L"Continuous", -3, L"Color_5"},
-                 {L"DOORS", 8, 5, 0x00010203u, L"", L"Continuous", -3, L"Color_5"},
-                 {L"0", 8, 5, 0x00A0B0C0u, L"DIC$DIC 7", L"Continuous", -3, L"Color_5"},
-                 layerRow(L"DOORS"),
-             });
+// Layers and linetypes are referred to by their records (a linetype the drawing lacks as
+// Continuous), true colour and book come last: a true colour without a colour book gets 92
+// alone; a colour book without a true colour gets a 92 of "no true colour" and no 300 (the .las
+// file writes neither).
+TEST_F(Storage, TheStoredRecordHasTheHeadThenOneBlockPerLayer) {
+    std::vector<LayerSpec> layers = {
+        {L"WALLS", 0x9, 1, kTvNoTrueColor, L"ORPHAN$BOOK", L"NOSUCH", -3, L"Color_1"},
+        {L"DOORS", 0x8, 3, 0x00102030u, L"B$C", L"dashed", 25, L"Color_3"},
+        {L"0", 8, 5, 0x00010203u, L"", L"Continuous", -3, L"Color_5"},
+        layerRow(L"DOORS"),
+    };
+    addState(m_mgr, L"Layout", layers, 0x3FF, L"d", L"WALLS");
     ASSERT_EQ(m_mgr.save(), 1);
-    const std::vector<StoredPair> pairs = storedPairs(m_db, L"Books");
-    const std::vector<StoredPair> walls = storedLayerBlock(pairs, L"WALLS");
-    ASSERT_NE(findCode(walls, 92), nullptr);
-    EXPECT_EQ(static_cast<uint32_t>(findCode(walls, 92)->number), kTvNoTrueColor);
-    EXPECT_FALSE(hasCode(walls, 300));
-    const std::vector<StoredPair> zero = storedLayerBlock(pairs, L"0");
-    ASSERT_NE(findCode(zero, 300), nullptr);
-    EXPECT_EQ(findCode(zero, 300)->text, L"DIC$DIC 7");
-
-    CTvLayerStateManager again;
-    again.setDatabase(&m_db);
-    ASSERT_EQ(again.load(), 1);
-    const CTvLayerState* s = again.findState(L"Books");
-    EXPECT_EQ(layerOf(again, s, L"WALLS")->trueColor(), kTvNoTrueColor);
-    EXPECT_EQ(layerOf(again, s, L"WALLS")->colorBookRef(), L"");
-    EXPECT_EQ(layerOf(again, s, L"DOORS")->trueColor(), 0x00010203u);
-    EXPECT_EQ(layerOf(again, s, L"0")->colorBookRef(), L"DIC$DIC 7");
+    EXPECT_EQ(storedText(m_db, L"Layout"),
+              "91=1023\n301=d\n290=1\n302=WALLS\n"
+              "330=WALLS\n90=9\n62=1\n370=-3\n331=Continuous\n1=Color_1\n92=-1\n"
+              "330=DOORS\n90=8\n62=3\n370=25\n331=DASHED\n1=Color_3\n92=1056816\n300=B$C\n"
+              "330=0\n90=8\n62=5\n370=-3\n331=Continuous\n1=Color_5\n92=66051\n"
+              "330=DOORS\n90=8\n62=7\n370=-3\n331=Continuous\n1=Color_7\n");
+    EXPECT_FALSE(findLinetype(m_db, L"NOSUCH").isValid()) << "saving makes no linetypes";
+    auto again = loadAgain();
+    layers[0].book.clear();
+    layers[0].linetype = L"Continuous";
+    layers[1].linetype = L"DASHED";
+    EXPECT_EQ(specsOf(*again, again->findState(L"Layout")), layers);
 }
 
 // The loader takes true colours under the linetype bit of the mask, not the colour bit.
@@ -276,31 +222,23 @@ TEST_F(Storage, TrueColoursLoadOnlyUnderTheLinetypeBit) {
     addState(m_mgr, L"ColourBitOnly", {coloured}, kTvMaskAll & ~kTvMaskLinetype);
     addState(m_mgr, L"LinetypeBitOnly", {coloured}, kTvMaskLinetype);
     ASSERT_EQ(m_mgr.save(), 1);
-    CTvLayerStateManager again;
-    again.setDatabase(&m_db);
-    ASSERT_EQ(again.load(), 1);
-    const CTvLayerStateInfo* without = layerOf(again, again.findState(L"ColourBitOnly"), L"WALLS");
-    ASSERT_NE(without, nullptr);
-    EXPECT_EQ(without->trueColor(), 0x00FFFFFFu) << "six digits, not the usual no-true-colour";
-    EXPECT_EQ(without->colorBookRef(), L"");
-    EXPECT_EQ(without->color(), 5);
-    const CTvLayerStateInfo* with = layerOf(again, again.findState(L"LinetypeBitOnly"), L"WALLS");
-    ASSERT_NE(with, nullptr);
-    EXPECT_EQ(with->trueColor(), 0x00112233u);
-    EXPECT_EQ(with->colorBookRef(), L"BOOK$NAME");
+    auto again = loadAgain();
+    LayerSpec without = coloured;
+    without.trueColor = 0x00FFFFFFu; // six digits, not the usual no-true-colour
+    without.book.clear();
+    EXPECT_EQ(specsOf(*again, again->findState(L"ColourBitOnly")), std::vector{without});
+    EXPECT_EQ(specsOf(*again, again->findState(L"LinetypeBitOnly")), std::vector{coloured});
 }
 
 TEST_F(Storage, LoadingTwiceKeepsTheHeldStates) {
     addState(m_mgr, L"Once", {layerRow(L"0")});
     ASSERT_EQ(m_mgr.save(), 1);
-    CTvLayerStateManager again;
-    again.setDatabase(&m_db);
-    ASSERT_EQ(again.load(), 1);
-    ASSERT_EQ(again.stateCount(), 1u);
-    again.findState(L"Once")->setDescription(L"edited in memory");
-    ASSERT_EQ(again.load(), 1);
-    ASSERT_EQ(again.stateCount(), 1u);
-    EXPECT_EQ(again.findState(L"Once")->description().str(), L"edited in memory");
+    auto again = loadAgain();
+    ASSERT_EQ(again->stateCount(), 1u);
+    again->findState(L"Once")->setDescription(L"edited in memory");
+    ASSERT_EQ(again->load(), 1);
+    ASSERT_EQ(again->stateCount(), 1u);
+    EXPECT_EQ(again->findState(L"Once")->description().str(), L"edited in memory");
     CTvLayerStateManager none;
     EXPECT_EQ(none.load(), 0) << "no drawing";
     EXPECT_EQ(none.save(), 0);
@@ -310,16 +248,11 @@ TEST_F(Storage, LoadingTwiceKeepsTheHeldStates) {
 
 class StoredForms : public Storage {
 protected:
-    void SetUp() override {
-        Storage::SetUp();
-        m_walls = findLayer(m_db, L"WALLS");
-        m_doors = findLayer(m_db, L"DOORS");
-        m_dashed = findLinetype(m_db, L"DASHED");
-        m_continuous = findLinetype(m_db, L"Continuous");
-    }
     /// A state with WALLS and DOORS by reference, stored with `mask`.
     void storeReferenceForm(const wchar_t* key, int32_t mask) {
-        EntityName walls(m_walls), doors(m_doors), dashed(m_dashed), cont(m_continuous);
+        EntityName walls(findLayer(m_db, L"WALLS")), doors(findLayer(m_db, L"DOORS"));
+        EntityName dashed(findLinetype(m_db, L"DASHED"));
+        EntityName cont(findLinetype(m_db, L"Continuous"));
         KdResbufPtr list(
             kdutBuildList(91, mask, 301, L"by reference", 290, 1, 302, L"WALLS",
                           // layer, flags, colour, lineweight, linetype, plot style, transparency
@@ -329,69 +262,49 @@ protected:
         ASSERT_NE(list, nullptr);
         storeRawState(m_db, key, list.get());
     }
-    KdDbObjectId m_walls, m_doors, m_dashed, m_continuous;
-};
-
-TEST_F(StoredForms, TheReferenceFormLoads) {
-    storeReferenceForm(L"ByReference", 1023);
-    ASSERT_EQ(m_mgr.load(), 1);
-    const CTvLayerState* s = m_mgr.findState(L"ByReference");
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(s->description().str(), L"by reference");
-    EXPECT_EQ(s->currentLayerRef(), L"WALLS");
-    ASSERT_EQ(m_mgr.layersOf(s)->size(), 2u);
-    const CTvLayerStateInfo* walls = layerOf(m_mgr, s, L"WALLS");
-    ASSERT_NE(walls, nullptr);
-    EXPECT_EQ(walls->flags(), 9);
-    EXPECT_EQ(walls->color(), 5);
-    EXPECT_EQ(walls->lineweight(), 25);
-    EXPECT_EQ(walls->linetypeRef(), L"DASHED");
-    EXPECT_EQ(walls->plotStyleRef(), L"Color_5");
-    EXPECT_EQ(walls->isCurrent(), 1);
-    const CTvLayerStateInfo* doors = layerOf(m_mgr, s, L"DOORS");
-    ASSERT_NE(doors, nullptr);
-    EXPECT_EQ(doors->linetypeRef(), L"Continuous");
-    EXPECT_EQ(doors->plotStyleRef(), L"Color_3");
-}
-
-// Below 32768 references are resolved; from 32768 on, the entries are taken as stored.
-TEST_F(StoredForms, TheStorageMarkerOfTheMaskStopsResolvingReferences) {
-    storeReferenceForm(L"Below", 32767);
-    storeReferenceForm(L"Marked", 32768);
-    ASSERT_EQ(m_mgr.load(), 1);
-    const CTvLayerState* below = m_mgr.findState(L"Below");
-    const CTvLayerState* marked = m_mgr.findState(L"Marked");
-    ASSERT_NE(below, nullptr);
-    ASSERT_NE(marked, nullptr);
-    EXPECT_EQ(below->mask(), 32767u);
-    EXPECT_EQ(m_mgr.layersOf(below)->size(), 2u);
-    EXPECT_EQ(marked->mask(), 32768u);
-    EXPECT_EQ(marked->description().str(), L"by reference");
-    EXPECT_EQ(m_mgr.layersOf(marked)->size(), 0u);
-}
-
-TEST_F(StoredForms, TheNameFormLoadsWithOrWithoutTheMarker) {
-    for (const int32_t mask : {int32_t{1023}, int32_t{0x8000 | 1023}}) {
+    /// A state with WALLS and DOORS by name, stored with `mask`.
+    void storeNameForm(const wchar_t* key, int32_t mask) {
         KdResbufPtr list(kdutBuildList(91, mask, 301, L"by name", 290, 1, 302, L"DOORS", 8,
                                        L"WALLS", 90, int32_t{12}, 62, 6, 370, 35, 6, L"DASHED", 2,
                                        L"Mine", 8, L"DOORS", 90, int32_t{8}, 62, 2, 370, -3, 6,
                                        L"Continuous", 2, L"Color_2", RTNONE));
         ASSERT_NE(list, nullptr);
-        storeRawState(m_db, mask == 1023 ? L"ByName" : L"ByNameMarked", list.get());
+        storeRawState(m_db, key, list.get());
     }
+};
+
+// Below 32768 references are resolved; from 32768 on, the entries are taken as stored.
+TEST_F(StoredForms, TheReferenceFormLoadsBelowTheStorageMarker) {
+    storeReferenceForm(L"ByReference", 1023);
+    storeReferenceForm(L"Below", 32767);
+    storeReferenceForm(L"Marked", 32768);
+    ASSERT_EQ(m_mgr.load(), 1);
+    const CTvLayerState* s = m_mgr.findState(L"ByReference");
+    EXPECT_EQ(headOf(s), (StateHead{L"ByReference", 1023, L"by reference", 1, L"WALLS"}));
+    const std::vector<LayerSpec> layers = {
+        {L"WALLS", 9, 5, kTvNoTrueColor, L"", L"DASHED", 25, L"Color_5"},
+        {L"DOORS", 8, 3, kTvNoTrueColor, L"", L"Continuous", -3, L"Color_3"}};
+    EXPECT_EQ(specsOf(m_mgr, s), layers);
+    EXPECT_EQ(layerOf(m_mgr, s, L"WALLS")->isCurrent(), 1);
+    EXPECT_EQ(headOf(m_mgr.findState(L"Below")).mask, 32767u);
+    EXPECT_EQ(specsOf(m_mgr, m_mgr.findState(L"Below")), layers);
+    const CTvLayerState* marked = m_mgr.findState(L"Marked");
+    EXPECT_EQ(headOf(marked), (StateHead{L"Marked", 32768, L"by reference", 1, L"WALLS"}));
+    ASSERT_NE(m_mgr.layersOf(marked), nullptr);
+    EXPECT_EQ(m_mgr.layersOf(marked)->size(), 0u);
+}
+
+TEST_F(StoredForms, TheNameFormLoadsWithOrWithoutTheMarker) {
+    storeNameForm(L"ByName", 1023);
+    storeNameForm(L"ByNameMarked", 0x8000 | 1023);
     ASSERT_EQ(m_mgr.load(), 1);
     for (const wchar_t* key : {L"ByName", L"ByNameMarked"}) {
         SCOPED_TRACE(tvToUtf8(key));
         const CTvLayerState* s = m_mgr.findState(key);
-        ASSERT_NE(s, nullptr);
-        ASSERT_EQ(m_mgr.layersOf(s)->size(), 2u);
-        const CTvLayerStateInfo* walls = layerOf(m_mgr, s, L"WALLS");
-        ASSERT_NE(walls, nullptr);
-        EXPECT_EQ(walls->flags(), 12);
-        EXPECT_EQ(walls->color(), 6);
-        EXPECT_EQ(walls->lineweight(), 35);
-        EXPECT_EQ(walls->linetypeRef(), L"DASHED");
-        EXPECT_EQ(walls->plotStyleRef(), L"Mine");
+        EXPECT_EQ(specsOf(m_mgr, s),
+                  (std::vector<LayerSpec>{
+                      {L"WALLS", 12, 6, kTvNoTrueColor, L"", L"DASHED", 35, L"Mine"},
+                      {L"DOORS", 8, 2, kTvNoTrueColor, L"", L"Continuous", -3, L"Color_2"}}));
         EXPECT_EQ(layerOf(m_mgr, s, L"DOORS")->isCurrent(), 1);
     }
 }
@@ -399,13 +312,9 @@ TEST_F(StoredForms, TheNameFormLoadsWithOrWithoutTheMarker) {
 // Wrong: a state stored with the 0x8000 marker is saved back by reference, which the marker then
 // keeps from being resolved: after one save and load the state has no layers left.
 TEST_F(StoredForms, AMarkedStateKeepsItsLayersThroughSaveAndLoad) {
-    KdResbufPtr list(kdutBuildList(91, int32_t{0x8000 | 1023}, 301, L"marked", 290, 1, 302, L"0", 8,
-                                   L"WALLS", 90, int32_t{9}, 62, 6, 370, 35, 6, L"DASHED", 2,
-                                   L"Color_6", RTNONE));
-    ASSERT_NE(list, nullptr);
-    storeRawState(m_db, L"Marked", list.get());
+    storeNameForm(L"Marked", 0x8000 | 1023);
     ASSERT_EQ(m_mgr.load(), 1);
-    ASSERT_EQ(m_mgr.layersOf(m_mgr.findState(L"Marked"))->size(), 1u);
+    ASSERT_EQ(m_mgr.layersOf(m_mgr.findState(L"Marked"))->size(), 2u);
     auto back = saveAndReopen();
     const CTvLayerState* s = back->mgr.findState(L"Marked");
     ASSERT_NE(s, nullptr);
@@ -433,64 +342,41 @@ TEST_F(StoredForms, PlotStyleReferencesAndNamelessLayersAreHandled) {
     EXPECT_EQ(doors->flags(), 8);
 }
 
+// A state whose current layer the drawing lacks marks the drawing's current layer, as the
+// drawing gives it to a manager that was not told.
 TEST_F(Storage, TheStatesCurrentLayerIsMarkedOrElseTheDrawingsCurrentLayer) {
     ASSERT_EQ(m_db.setClayer(findLayer(m_db, L"WALLS")), Kdad::eOk);
-    m_mgr.setCurrentLayerName(L"WALLS");
-    addState(m_mgr, L"Doors", {layerRow(L"0"), layerRow(L"WALLS"), layerRow(L"DOORS")}, kTvMaskAll,
-             L"", L"doors");
-    addState(m_mgr, L"Ghost", {layerRow(L"0"), layerRow(L"WALLS"), layerRow(L"DOORS")}, kTvMaskAll,
-             L"", L"GHOST");
+    const std::vector<LayerSpec> layers = {layerRow(L"0"), layerRow(L"WALLS"), layerRow(L"DOORS")};
+    addState(m_mgr, L"Doors", layers, kTvMaskAll, L"", L"doors");
+    addState(m_mgr, L"Ghost", layers, kTvMaskAll, L"", L"GHOST");
     ASSERT_EQ(m_mgr.save(), 1);
-    CTvLayerStateManager again;
-    again.setDatabase(&m_db);
-    again.setCurrentLayerName(L"WALLS");
-    ASSERT_EQ(again.load(), 1);
-    const CTvLayerState* doors = again.findState(L"Doors");
-    EXPECT_EQ(layerOf(again, doors, L"DOORS")->isCurrent(), 1);
-    EXPECT_EQ(layerOf(again, doors, L"WALLS")->isCurrent(), 0);
-    const CTvLayerState* ghost = again.findState(L"Ghost");
-    EXPECT_EQ(layerOf(again, ghost, L"WALLS")->isCurrent(), 1);
-    EXPECT_EQ(layerOf(again, ghost, L"0")->isCurrent(), 0);
-}
-
-TEST_F(Storage, TheFallbackCurrentLayerIsReadFromTheDrawing) {
-    ASSERT_EQ(m_db.setClayer(findLayer(m_db, L"WALLS")), Kdad::eOk);
-    addState(m_mgr, L"Ghost", {layerRow(L"0"), layerRow(L"WALLS")}, kTvMaskAll, L"", L"GHOST");
-    ASSERT_EQ(m_mgr.save(), 1);
-    CTvLayerStateManager again;
-    again.setDatabase(&m_db);
-    ASSERT_EQ(again.load(), 1);
-    EXPECT_EQ(layerOf(again, again.findState(L"Ghost"), L"WALLS")->isCurrent(), 1);
+    auto again = loadAgain();
+    const CTvLayerState* doors = again->findState(L"Doors");
+    EXPECT_EQ(layerOf(*again, doors, L"DOORS")->isCurrent(), 1);
+    EXPECT_EQ(layerOf(*again, doors, L"WALLS")->isCurrent(), 0);
+    const CTvLayerState* ghost = again->findState(L"Ghost");
+    EXPECT_EQ(layerOf(*again, ghost, L"WALLS")->isCurrent(), 1);
+    EXPECT_EQ(layerOf(*again, ghost, L"0")->isCurrent(), 0);
 }
 
 // A layer erased after the state was stored leaves a reference nothing answers to; its
 // properties must not land on the layer stored before it.
 // Wrong: the unresolved block's 90, 62, 370, 331 and 1 overwrite the previous layer's values.
 TEST_F(Storage, AReferenceToAnErasedLayerDoesNotSpillIntoItsNeighbour) {
-    addState(m_mgr, L"Erased",
-             {{L"WALLS", 8, 1, kTvNoTrueColor, L"", L"DASHED", 50, L"Color_1"},
-              {L"DOORS", 0x9, 3, kTvNoTrueColor, L"", L"HIDDEN", 25, L"Color_3"},
-              layerRow(L"0")});
+    const std::vector<LayerSpec> layers = {
+        {L"WALLS", 8, 1, kTvNoTrueColor, L"", L"DASHED", 50, L"Color_1"},
+        {L"DOORS", 0x9, 3, kTvNoTrueColor, L"", L"HIDDEN", 25, L"Color_3"},
+        layerRow(L"0")};
+    addState(m_mgr, L"Erased", layers);
     ASSERT_EQ(m_mgr.save(), 1);
     {
         KdDbObjectPointer<KdDbLayerTableRecord> doors(findLayer(m_db, L"DOORS"), KdDb::kForWrite);
         ASSERT_TRUE(doors);
         ASSERT_EQ(doors->erase(), Kdad::eOk);
     }
-    CTvLayerStateManager again;
-    again.setDatabase(&m_db);
-    ASSERT_EQ(again.load(), 1);
-    const CTvLayerState* s = again.findState(L"Erased");
-    ASSERT_NE(s, nullptr);
-    const CTvLayerStateInfo* walls = layerOf(again, s, L"WALLS");
-    ASSERT_NE(walls, nullptr);
-    EXPECT_EQ(walls->flags(), 8);
-    EXPECT_EQ(walls->color(), 1);
-    EXPECT_EQ(walls->lineweight(), 50);
-    EXPECT_EQ(walls->linetypeRef(), L"DASHED");
-    EXPECT_EQ(walls->plotStyleRef(), L"Color_1");
-    EXPECT_EQ(layerOf(again, s, L"DOORS"), nullptr);
-    EXPECT_NE(layerOf(again, s, L"0"), nullptr);
+    auto again = loadAgain();
+    EXPECT_EQ(specsOf(*again, again->findState(L"Erased")),
+              (std::vector<LayerSpec>{layers[0], layers[2]}));
 }
 
 // -- Legacy layer data --
@@ -521,33 +407,24 @@ protected:
 };
 
 TEST_F(Legacy, LayerDataBecomesAState) {
-    addLayer(m_db, L"OLDLAYER");
+    for (const wchar_t* name : {L"OLDLAYER", L"LOCKED", L"FROZEN"})
+        addLayer(m_db, name);
     addLegacyData(L"OLDLAYER", L"{Old plan", 5, -3, L"DASHED");
+    // Flag bits and the colour's sign are read one by one.
+    addLegacyData(L"LOCKED", L"{A", 4, 2, L"Continuous");
+    addLegacyData(L"FROZEN", L"{B", 1, 6, L"Continuous");
+    addLegacyData(L"WALLS", L"plain text", 5, 3, L"Continuous"); // no brace: no state
     ASSERT_EQ(m_mgr.load(), 1);
-    ASSERT_EQ(m_mgr.stateCount(), 1u);
+    ASSERT_EQ(m_mgr.stateCount(), 3u);
     const CTvLayerState* s = m_mgr.findState(L"LMAN_Old plan");
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(s->mask(), 1023u);
-    EXPECT_EQ(s->description().str(), L"");
-    EXPECT_EQ(s->viewportFlag(), 0);
-    EXPECT_EQ(s->currentLayerRef(), L"0");
+    EXPECT_EQ(headOf(s), (StateHead{L"LMAN_Old plan", 1023, L"", 0, L"0"}));
     const CTvLayerStateInfo* old = layerOf(m_mgr, s, L"OLDLAYER");
     ASSERT_NE(old, nullptr);
-    EXPECT_EQ(old->flags() & (kTvLayerOff | kTvLayerFrozen | kTvLayerLocked),
-              kTvLayerOff | kTvLayerFrozen | kTvLayerLocked);
+    EXPECT_EQ(old->flags() & 0x7, kTvLayerOff | kTvLayerFrozen | kTvLayerLocked);
     EXPECT_EQ(old->color(), 3);
     EXPECT_EQ(old->linetypeRef(), L"DASHED");
     EXPECT_EQ(old->trueColor(), kTvNoTrueColor);
     EXPECT_EQ(old->colorBookRef(), L"");
-    EXPECT_EQ(m_mgr.legacyLayers(), (std::vector<std::wstring>{L"OLDLAYER"}));
-}
-
-TEST_F(Legacy, FlagBitsAndColourSignAreReadOneByOne) {
-    addLayer(m_db, L"LOCKED");
-    addLayer(m_db, L"FROZEN");
-    addLegacyData(L"LOCKED", L"{A", 4, 2, L"Continuous");
-    addLegacyData(L"FROZEN", L"{B", 1, 6, L"Continuous");
-    ASSERT_EQ(m_mgr.load(), 1);
     const CTvLayerStateInfo* locked = layerOf(m_mgr, m_mgr.findState(L"LMAN_A"), L"LOCKED");
     const CTvLayerStateInfo* frozen = layerOf(m_mgr, m_mgr.findState(L"LMAN_B"), L"FROZEN");
     ASSERT_NE(locked, nullptr);
@@ -556,23 +433,17 @@ TEST_F(Legacy, FlagBitsAndColourSignAreReadOneByOne) {
     EXPECT_EQ(locked->color(), 2);
     EXPECT_EQ(frozen->flags() & 0x7, kTvLayerFrozen);
     EXPECT_EQ(frozen->color(), 6);
-}
-
-TEST_F(Legacy, DataWithoutABraceIsNotAState) {
-    addLegacyData(L"WALLS", L"plain text", 5, 3, L"Continuous");
-    ASSERT_EQ(m_mgr.load(), 1);
-    EXPECT_EQ(m_mgr.stateCount(), 0u);
-    EXPECT_TRUE(m_mgr.legacyLayers().empty());
+    std::vector<std::wstring> legacy = m_mgr.legacyLayers();
+    std::sort(legacy.begin(), legacy.end());
+    EXPECT_EQ(legacy, (std::vector<std::wstring>{L"FROZEN", L"LOCKED", L"OLDLAYER"}));
 }
 
 TEST_F(Legacy, ConvertedNamesAreMadeValidAndUnique) {
     addState(m_mgr, L"LMAN_Taken", {layerRow(L"0")});
     ASSERT_EQ(m_mgr.save(), 1);
     m_mgr.clear();
-    addLayer(m_db, L"L1");
-    addLayer(m_db, L"L2");
-    addLayer(m_db, L"L3");
-    addLayer(m_db, L"L4");
+    for (const wchar_t* name : {L"L1", L"L2", L"L3", L"L4"})
+        addLayer(m_db, name);
     addLegacyData(L"L1", L"{A/B", 0, 1, L"Continuous");
     addLegacyData(L"L2", L"{C:D", 0, 2, L"Continuous");
     addLegacyData(L"L3", L"{E*F", 0, 3, L"Continuous");
@@ -624,25 +495,24 @@ protected:
     TempDir m_dir;
 };
 
-TEST_F(RealDrawing, TheStatesOfNetDxfLoadWithTheirLayers) {
+TEST_F(RealDrawing, TheStatesOfNetDxfLoadWithTheirLayersAndSurviveASave) {
     OpenedDrawing d(testData("netdxf_layerstates.dxf"));
+    const std::string before = drawingText(*d.db);
     ASSERT_EQ(d.mgr.load(), 1);
     ASSERT_EQ(d.mgr.stateCount(), 2u);
     const CTvLayerState* one = d.mgr.findState(L"LayerState1");
     const CTvLayerState* two = d.mgr.findState(L"LayerState2");
-    ASSERT_NE(one, nullptr);
     ASSERT_NE(two, nullptr);
-    EXPECT_EQ(one->description().str(), L"Description for LayerState1");
-    EXPECT_EQ(one->mask(), 2047u);
-    EXPECT_EQ(one->viewportFlag(), 0);
-    EXPECT_EQ(one->currentLayerRef(), L"0");
+    EXPECT_EQ(headOf(one),
+              (StateHead{L"LayerState1", 2047, L"Description for LayerState1", 0, L"0"}));
     std::vector<std::wstring> names;
-    for (const auto& info : *d.mgr.layersOf(one))
-        names.push_back(info->layerNameRef());
+    for (const LayerSpec& layer : specsOf(d.mgr, one))
+        names.push_back(layer.name);
     EXPECT_EQ(names,
               (std::vector<std::wstring>{L"ConstructionLines", L"Groups", L"EntityProperties",
                                          L"Layer2", L"Layer1", L"Defpoints", L"0"}));
     const CTvLayerStateInfo* lines = layerOf(d.mgr, one, L"ConstructionLines");
+    ASSERT_NE(lines, nullptr);
     EXPECT_EQ(lines->linetypeRef(), L"DOT");
     EXPECT_EQ(lines->lineweight(), 35);
     EXPECT_EQ(lines->color(), 252);
@@ -654,19 +524,10 @@ TEST_F(RealDrawing, TheStatesOfNetDxfLoadWithTheirLayers) {
     // The drawing is as the first state left it; the second turns layers off.
     EXPECT_EQ(one->matchFlag(), 1);
     EXPECT_EQ(two->matchFlag(), 0);
-}
 
-TEST_F(RealDrawing, ALoadSaveCycleOfNetDxfKeepsWhatItDoesNotChange) {
-    OpenedDrawing d(testData("netdxf_layerstates.dxf"));
-    const std::string before = drawingText(*d.db);
-    ASSERT_EQ(d.mgr.load(), 1);
+    // A load and save keeps what it does not change.
     ASSERT_EQ(d.mgr.save(), 1);
-    const std::string after = drawingText(*d.db);
-    for (const char* section : {"TABLES", "BLOCKS", "ENTITIES"}) {
-        SCOPED_TRACE(section);
-        ASSERT_FALSE(dxfSection(before, section).empty());
-        EXPECT_EQ(firstDifference(dxfSection(before, section), dxfSection(after, section)), "");
-    }
+    expectSectionsKept(before, drawingText(*d.db));
     const fs::path file = m_dir / "netdxf_saved.dxf";
     ASSERT_EQ(d.db->saveAs(file.string().c_str()), Kdad::eOk);
     OpenedDrawing back(file.string());
@@ -682,24 +543,26 @@ TEST_F(RealDrawing, ALoadSaveCycleOfNetDxfKeepsWhatItDoesNotChange) {
     EXPECT_EQ(layers.size(), 7u);
 }
 
+// Its state was written by another program, with the storage-form marker: it is not read into
+// layers, but a save writes it back as it was, so that the Host's own reader still finds every
+// layer of it, and changes nothing else.
 TEST_F(RealDrawing, TheShowcaseStateLoadsAndTheCycleKeepsTheRest) {
+    const wchar_t* name = L"ACAD_VIEWS_view_custom";
     OpenedDrawing d(testData("showcase_r2018.dxf"));
     const std::string before = drawingText(*d.db);
+    std::vector<KdString> layersBefore, layersAfter;
+    ASSERT_EQ(d.db->getLayerStateManager()->getLayerStateLayers(layersBefore, name), Kdad::eOk);
+    ASSERT_FALSE(layersBefore.empty());
     ASSERT_EQ(d.mgr.load(), 1);
     ASSERT_EQ(d.mgr.stateCount(), 1u);
-    const CTvLayerState* s = d.mgr.findState(L"ACAD_VIEWS_view_custom");
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(s->mask(), 33280u);
-    EXPECT_EQ(s->description().str(), L"");
-    EXPECT_EQ(s->viewportFlag(), 0);
-    EXPECT_EQ(s->currentLayerRef(), L"0");
+    EXPECT_EQ(headOf(d.mgr.findState(name)), (StateHead{name, 33280, L"", 0, L"0"}));
     ASSERT_EQ(d.mgr.save(), 1);
-    const std::string after = drawingText(*d.db);
-    for (const char* section : {"TABLES", "BLOCKS", "ENTITIES"}) {
-        SCOPED_TRACE(section);
-        EXPECT_EQ(firstDifference(dxfSection(before, section), dxfSection(after, section)), "");
-    }
-    EXPECT_EQ(storedStateNames(*d.db), (std::vector<std::wstring>{L"ACAD_VIEWS_view_custom"}));
+    expectSectionsKept(before, drawingText(*d.db));
+    EXPECT_EQ(storedStateNames(*d.db), (std::vector<std::wstring>{name}));
+    auto back = reloaded(*d.db);
+    ASSERT_EQ(back->getLayerStateManager()->getLayerStateLayers(layersAfter, name), Kdad::eOk);
+    EXPECT_EQ(layersAfter, layersBefore);
+    EXPECT_EQ(back->getLayerStateManager()->layerStateMask(name), 33280);
 }
 
 // -- Capturing the drawing's layers --
@@ -717,15 +580,13 @@ TEST_F(Storage, ANewStateCapturesEveryLayer) {
         l.setIsPlottable(false);
         l.setVPDFLT(true);
     });
+    editLayer(m_db, L"0", [](KdDbLayerTableRecord& l) {
+        l.setColor(rgbColor(0xC0, 0xB0, 0xA0, L"PANTONE 123 C", L"PANTONE+ Solid Coated"));
+    });
     ASSERT_EQ(m_db.setClayer(findLayer(m_db, L"WALLS")), Kdad::eOk);
     m_mgr.setCurrentLayerName(L"WALLS");
     CTvLayerState* s = m_mgr.newState(L"  Captured  ", L"  all of them ");
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(s->nameRef(), L"Captured");
-    EXPECT_EQ(s->description().str(), L"all of them");
-    EXPECT_EQ(s->mask(), 1023u);
-    EXPECT_EQ(s->viewportFlag(), 1);
-    EXPECT_EQ(s->currentLayerRef(), L"WALLS");
+    EXPECT_EQ(headOf(s), (StateHead{L"Captured", 1023, L"all of them", 1, L"WALLS"}));
     ASSERT_EQ(m_mgr.layersOf(s)->size(), 3u);
 
     const CTvLayerStateInfo* walls = layerOf(m_mgr, s, L"WALLS");
@@ -743,25 +604,16 @@ TEST_F(Storage, ANewStateCapturesEveryLayer) {
         << "not plottable; no viewport flag in model space";
     EXPECT_EQ(doors->color(), 3);
     EXPECT_EQ(doors->trueColor(), kTvNoTrueColor);
+    const CTvLayerStateInfo* zero = layerOf(m_mgr, s, L"0");
+    ASSERT_NE(zero, nullptr);
+    EXPECT_EQ(zero->trueColor(), 0x00A0B0C0u);
+    EXPECT_EQ(zero->colorBookRef(), L"PANTONE+ Solid Coated$PANTONE 123 C");
     EXPECT_EQ(s->matchFlag(), 1) << "a state just captured agrees with the drawing";
 
     // Stored and read back, it is the same.
     auto back = saveAndReopen();
     expectSameState(m_mgr, s, back->mgr, back->mgr.findState(L"Captured"));
     EXPECT_EQ(back->mgr.findState(L"Captured")->matchFlag(), 1);
-}
-
-TEST_F(Storage, ACapturedColourBookColourMatchesTheDrawing) {
-    editLayer(m_db, L"DOORS", [](KdDbLayerTableRecord& l) {
-        l.setColor(rgbColor(0xC0, 0xB0, 0xA0, L"PANTONE 123 C", L"PANTONE+ Solid Coated"));
-    });
-    CTvLayerState* s = m_mgr.newState(L"Book", L"");
-    ASSERT_NE(s, nullptr);
-    const CTvLayerStateInfo* doors = layerOf(m_mgr, s, L"DOORS");
-    ASSERT_NE(doors, nullptr);
-    EXPECT_EQ(doors->trueColor(), 0x00A0B0C0u);
-    EXPECT_EQ(doors->colorBookRef(), L"PANTONE+ Solid Coated$PANTONE 123 C");
-    EXPECT_EQ(s->matchFlag(), 1);
 }
 
 TEST_F(Storage, ANewStateOfATakenNameOverwritesItInPlace) {
@@ -782,12 +634,20 @@ TEST_F(Storage, ANewStateOfATakenNameOverwritesItInPlace) {
 
 // -- States of another drawing --
 
-TEST_F(RealDrawing, StatesOfAnotherDrawingAreListedAndImported) {
-    KdDbDatabase db;
-    CurrentDrawing current(db);
-    CTvLayerStateManager mgr;
-    mgr.setDatabase(&db);
-    ASSERT_EQ(mgr.load(), 1);
+/// An empty drawing made current, with a manager that imports into it.
+class ImportFromDrawing : public RealDrawing {
+protected:
+    void SetUp() override {
+        RealDrawing::SetUp();
+        m_mgr.setDatabase(&m_db);
+    }
+    KdDbDatabase m_db;
+    CurrentDrawing m_current{m_db};
+    CTvLayerStateManager m_mgr;
+};
+
+TEST_F(ImportFromDrawing, StatesOfAnotherDrawingAreListedAndImported) {
+    ASSERT_EQ(m_mgr.load(), 1);
     const std::wstring path = tvFromUtf8(testData("netdxf_layerstates.dxf"));
     bool ok = false;
     std::vector<std::wstring> names = CTvLayerStateManager::statesOfDrawing(path, &ok);
@@ -795,56 +655,48 @@ TEST_F(RealDrawing, StatesOfAnotherDrawingAreListedAndImported) {
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, (std::vector<std::wstring>{L"LayerState1", L"LayerState2"}));
 
-    ASSERT_EQ(mgr.importFromDrawing(path, {L"layerstate2"}), 1) << tvToUtf8(mgr.lastError());
-    ASSERT_EQ(mgr.stateCount(), 1u);
-    const CTvLayerState* two = mgr.findState(L"LayerState2");
+    ASSERT_EQ(m_mgr.importFromDrawing(path, {L"layerstate2"}), 1) << tvToUtf8(m_mgr.lastError());
+    ASSERT_EQ(m_mgr.stateCount(), 1u);
+    const CTvLayerState* two = m_mgr.findState(L"LayerState2");
     ASSERT_NE(two, nullptr);
-    EXPECT_EQ(mgr.layersOf(two)->size(), 7u);
-    EXPECT_EQ(layerOf(mgr, two, L"ConstructionLines")->linetypeRef(), L"DOT");
+    EXPECT_EQ(m_mgr.layersOf(two)->size(), 7u);
+    EXPECT_EQ(layerOf(m_mgr, two, L"ConstructionLines")->linetypeRef(), L"DOT");
     EXPECT_EQ(two->matchFlag(), 0) << "compared with this drawing";
 
-    ASSERT_EQ(mgr.importFromDrawing(path, {L"*"}), 1);
-    EXPECT_EQ(mgr.stateCount(), 2u) << "a held name is replaced, not doubled";
+    ASSERT_EQ(m_mgr.importFromDrawing(path, {L"*"}), 1);
+    EXPECT_EQ(m_mgr.stateCount(), 2u) << "a held name is replaced, not doubled";
 }
 
-TEST_F(RealDrawing, ImportFromADrawingWithoutStatesSaysSo) {
+TEST_F(ImportFromDrawing, ADrawingWithoutStatesSaysSo) {
     const fs::path plain = m_dir / "plain.dxf";
     {
         KdDbDatabase other;
         ASSERT_TRUE(layerStatesDictionary(other).isNull());
         ASSERT_EQ(other.saveAs(plain.string().c_str()), Kdad::eOk);
     }
-    KdDbDatabase db;
-    CurrentDrawing current(db);
-    CTvLayerStateManager mgr;
-    mgr.setDatabase(&db);
     bool ok = false;
     EXPECT_TRUE(CTvLayerStateManager::statesOfDrawing(plain.wstring(), &ok).empty());
     EXPECT_TRUE(ok) << "the drawing was read";
     m_ui.ui.expectMessageBox(IDOK, L"no layer states");
-    EXPECT_EQ(mgr.importFromDrawing(plain.wstring(), {L"*"}), 0);
-    EXPECT_EQ(mgr.stateCount(), 0u);
+    EXPECT_EQ(m_mgr.importFromDrawing(plain.wstring(), {L"*"}), 0);
+    EXPECT_EQ(m_mgr.stateCount(), 0u);
 }
 
-TEST_F(RealDrawing, ImportFromADrawingThatCannotBeReadFails) {
-    KdDbDatabase db;
-    CurrentDrawing current(db);
-    CTvLayerStateManager mgr;
-    mgr.setDatabase(&db);
-    addState(mgr, L"Held", {layerRow(L"0")});
+TEST_F(ImportFromDrawing, ADrawingThatCannotBeReadFails) {
+    addState(m_mgr, L"Held", {layerRow(L"0")});
     const std::wstring missing = (m_dir / "missing.dxf").wstring();
     bool ok = true;
     EXPECT_TRUE(CTvLayerStateManager::statesOfDrawing(missing, &ok).empty());
     EXPECT_FALSE(ok);
-    EXPECT_EQ(mgr.importFromDrawing(missing, {L"*"}), 0);
-    EXPECT_FALSE(mgr.lastError().empty());
+    EXPECT_EQ(m_mgr.importFromDrawing(missing, {L"*"}), 0);
+    EXPECT_FALSE(m_mgr.lastError().empty());
 
     const fs::path broken = m_dir / "broken.dxf";
     writeBytes(broken, "  0\nSECTION\n  2\nENTITIES\n  0\nLINE\n 10\nnot a number\n");
-    EXPECT_EQ(mgr.importFromDrawing(broken.wstring(), {L"*"}), 0);
-    EXPECT_FALSE(mgr.lastError().empty());
-    EXPECT_EQ(mgr.stateCount(), 1u);
-    EXPECT_NE(mgr.findState(L"Held"), nullptr);
+    EXPECT_EQ(m_mgr.importFromDrawing(broken.wstring(), {L"*"}), 0);
+    EXPECT_FALSE(m_mgr.lastError().empty());
+    EXPECT_EQ(m_mgr.stateCount(), 1u);
+    EXPECT_NE(m_mgr.findState(L"Held"), nullptr);
 }
 
 } // namespace

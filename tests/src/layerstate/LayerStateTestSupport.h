@@ -161,14 +161,17 @@ inline std::wstring currentLayerName(KdDbDatabase& db) {
     return layer ? layer->name().str() : std::wstring();
 }
 
-/// The entity list of a layer as the table walk gives it, as text, one "code=value" a line.
-inline std::string layerListText(KdDbDatabase& db, const wchar_t* name) {
-    kd_name en;
-    if (kddbGetQdsName(en, findLayer(db, name)) != RTNORM)
-        return "<no layer>";
-    KdResbufPtr list(kddbEntGet(en));
+/// Name of a symbol table record.
+inline std::wstring recordName(KdDbObjectId id) {
+    KdDbObjectPointer<KdDbSymbolTableRecord> rec(id, KdDb::kForRead);
+    return rec ? rec->name().str() : std::wstring(L"<unresolved>");
+}
+
+/// A list as text, one "code=value" a line; entity names are given as the name of the record
+/// they refer to when `recordNames`, else as their number.
+inline std::string listText(const resbuf* list, bool recordNames) {
     std::string out;
-    for (const resbuf* rb = list.get(); rb; rb = rb->rbnext) {
+    for (const resbuf* rb = list; rb; rb = rb->rbnext) {
         if (rb->restype == -1)
             continue;
         out += std::to_string(rb->restype) + "=";
@@ -182,9 +185,14 @@ inline std::string layerListText(KdDbDatabase& db, const wchar_t* name) {
         case KdRbValueKind::kLong:
             out += std::to_string(rb->resval.rlong);
             break;
-        case KdRbValueKind::kName:
-            out += std::to_string(rb->resval.rlname[0]);
+        case KdRbValueKind::kName: {
+            KdDbObjectId ref;
+            if (!recordNames)
+                out += std::to_string(rb->resval.rlname[0]);
+            else if (kddbGetObjectId(ref, rb->resval.rlname) == RTNORM)
+                out += tvToUtf8(recordName(ref));
             break;
+        }
         default:
             out += "?";
             break;
@@ -192,6 +200,15 @@ inline std::string layerListText(KdDbDatabase& db, const wchar_t* name) {
         out += "\n";
     }
     return out;
+}
+
+/// The entity list of a layer as the table walk gives it, as text.
+inline std::string layerListText(KdDbDatabase& db, const wchar_t* name) {
+    kd_name en;
+    if (kddbGetQdsName(en, findLayer(db, name)) != RTNORM)
+        return "<no layer>";
+    KdResbufPtr list(kddbEntGet(en));
+    return listText(list.get(), false);
 }
 
 /// DXF text with every code and value trimmed, so that values a change wrote again without
@@ -220,7 +237,14 @@ struct LayerSpec {
     std::wstring linetype = L"Continuous";
     int32_t lineweight = -3;
     std::wstring plotStyle = L"Color_7";
+    bool operator==(const LayerSpec&) const = default;
 };
+
+inline void PrintTo(const LayerSpec& s, std::ostream* os) {
+    *os << tvToUtf8(s.name) << " flags " << s.flags << " colour " << s.color << " true colour 0x"
+        << std::hex << s.trueColor << std::dec << " book '" << tvToUtf8(s.book) << "' "
+        << tvToUtf8(s.linetype) << " lineweight " << s.lineweight << " " << tvToUtf8(s.plotStyle);
+}
 
 /// A layer record with the defaults but for its name, flags and colour.
 inline LayerSpec layerRow(const std::wstring& name, int32_t flags = kTvLayerPlottable,
@@ -233,17 +257,26 @@ inline LayerSpec layerRow(const std::wstring& name, int32_t flags = kTvLayerPlot
     return s;
 }
 
-inline std::unique_ptr<CTvLayerStateInfo> makeInfo(const LayerSpec& s) {
-    auto info = std::make_unique<CTvLayerStateInfo>();
-    info->setLayerName(s.name);
-    info->setFlags(s.flags);
-    info->setColor(s.color);
-    info->setTrueColor(s.trueColor);
-    info->setColorBook(s.book);
-    info->setLinetype(s.linetype);
-    info->setLineweight(s.lineweight);
-    info->setPlotStyle(s.plotStyle);
-    return info;
+/// The head of a state: everything a file or the drawing keeps of it besides the layers.
+struct StateHead {
+    std::wstring name;
+    uint32_t mask = kTvMaskAll;
+    std::wstring description;
+    int viewportFlag = 1;
+    std::wstring currentLayer;
+    bool operator==(const StateHead&) const = default;
+};
+
+inline void PrintTo(const StateHead& h, std::ostream* os) {
+    *os << tvToUtf8(h.name) << " mask " << h.mask << " '" << tvToUtf8(h.description)
+        << "' viewport flag " << h.viewportFlag << " current " << tvToUtf8(h.currentLayer);
+}
+
+inline StateHead headOf(const CTvLayerState* s) {
+    if (!s)
+        return {L"<no state>", 0, L"", 0, L""};
+    return {s->nameRef(), s->mask(), s->description().str(), s->viewportFlag(),
+            s->currentLayerRef()};
 }
 
 /// Adds a state to the manager and returns it.
@@ -258,8 +291,18 @@ inline CTvLayerState* addState(CTvLayerStateManager& mgr, const std::wstring& na
     state->setCurrentLayer(currentLayer);
     state->setViewportFlag(viewportFlag);
     CTvLayerStateManager::LayerArray array;
-    for (const LayerSpec& s : layers)
-        array.push_back(makeInfo(s));
+    for (const LayerSpec& s : layers) {
+        array.push_back(std::make_unique<CTvLayerStateInfo>());
+        CTvLayerStateInfo& info = *array.back();
+        info.setLayerName(s.name);
+        info.setFlags(s.flags);
+        info.setColor(s.color);
+        info.setTrueColor(s.trueColor);
+        info.setColorBook(s.book);
+        info.setLinetype(s.linetype);
+        info.setLineweight(s.lineweight);
+        info.setPlotStyle(s.plotStyle);
+    }
     return mgr.addState(std::move(state), std::move(array));
 }
 
@@ -275,52 +318,36 @@ inline const CTvLayerStateInfo* layerOf(const CTvLayerStateManager& mgr, const C
     return nullptr;
 }
 
+/// Every field of a state's layer record, or a record named "<none>" when there is none.
+inline LayerSpec specOf(const CTvLayerStateInfo* i) {
+    if (!i)
+        return layerRow(L"<none>", 0, 0);
+    return {i->layerNameRef(), i->flags(),       i->color(),      i->trueColor(),
+            i->colorBookRef(), i->linetypeRef(), i->lineweight(), i->plotStyleRef()};
+}
+
+/// The layer records of a state, in order.
+inline std::vector<LayerSpec> specsOf(const CTvLayerStateManager& mgr, const CTvLayerState* s) {
+    std::vector<LayerSpec> out;
+    if (const auto* array = mgr.layersOf(s))
+        for (const auto& info : *array)
+            out.push_back(specOf(info.get()));
+    return out;
+}
+
 /// Every field a file or the drawing carries: the state's head and each layer in order (not
 /// the current-layer mark, which the reader sets from the drawing).
 inline void expectSameState(const CTvLayerStateManager& mgrA, const CTvLayerState* a,
                             const CTvLayerStateManager& mgrB, const CTvLayerState* b) {
     ASSERT_NE(a, nullptr);
     ASSERT_NE(b, nullptr);
-    const std::string what = "state " + tvToUtf8(a->nameRef());
-    EXPECT_EQ(a->nameRef(), b->nameRef()) << what;
-    EXPECT_EQ(a->mask(), b->mask()) << what;
-    EXPECT_EQ(a->description().str(), b->description().str()) << what;
-    EXPECT_EQ(a->viewportFlag(), b->viewportFlag()) << what;
-    EXPECT_EQ(a->currentLayerRef(), b->currentLayerRef()) << what;
-    const auto* la = mgrA.layersOf(a);
-    const auto* lb = mgrB.layersOf(b);
-    ASSERT_NE(la, nullptr) << what;
-    ASSERT_NE(lb, nullptr) << what;
-    ASSERT_EQ(la->size(), lb->size()) << what;
-    for (size_t i = 0; i < la->size(); ++i) {
-        const CTvLayerStateInfo& x = *(*la)[i];
-        const CTvLayerStateInfo& y = *(*lb)[i];
-        const std::string at = what + ", layer " + tvToUtf8(x.layerNameRef());
-        EXPECT_EQ(x.layerNameRef(), y.layerNameRef()) << at;
-        EXPECT_EQ(x.flags(), y.flags()) << at;
-        EXPECT_EQ(x.color(), y.color()) << at;
-        EXPECT_EQ(x.trueColor(), y.trueColor()) << at;
-        EXPECT_EQ(x.colorBookRef(), y.colorBookRef()) << at;
-        EXPECT_EQ(x.linetypeRef(), y.linetypeRef()) << at;
-        EXPECT_EQ(x.lineweight(), y.lineweight()) << at;
-        EXPECT_EQ(x.plotStyleRef(), y.plotStyleRef()) << at;
-    }
+    EXPECT_EQ(headOf(a), headOf(b));
+    ASSERT_NE(mgrA.layersOf(a), nullptr);
+    ASSERT_NE(mgrB.layersOf(b), nullptr);
+    EXPECT_EQ(specsOf(mgrA, a), specsOf(mgrB, b)) << "layers of " << tvToUtf8(a->nameRef());
 }
 
 // -- The layer-states dictionary --
-
-/// One pair of a stored xrecord; references are given as the referenced record's name.
-struct StoredPair {
-    int code = 0;
-    std::wstring text;
-    long long number = 0;
-};
-
-/// Name of a symbol table record.
-inline std::wstring recordName(KdDbObjectId id) {
-    KdDbObjectPointer<KdDbSymbolTableRecord> rec(id, KdDb::kForRead);
-    return rec ? rec->name().str() : std::wstring(L"<unresolved>");
-}
 
 inline KdDbObjectId layerStatesDictionary(KdDbDatabase& db, bool create = false) {
     KdDbLayerStateManager* lsm = db.getLayerStateManager();
@@ -339,73 +366,18 @@ inline std::vector<std::wstring> storedStateNames(KdDbDatabase& db) {
     return names;
 }
 
-/// The pairs of the stored state `key`; empty when there is none.
-inline std::vector<StoredPair> storedPairs(KdDbDatabase& db, const wchar_t* key) {
-    std::vector<StoredPair> out;
+/// The stored state `key` as text, references given by the referenced record's name; empty
+/// when there is none.
+inline std::string storedText(KdDbDatabase& db, const wchar_t* key) {
     KdDbObjectPointer<KdDbDictionary> dict(layerStatesDictionary(db), KdDb::kForRead);
-    if (!dict)
-        return out;
     KdDbObjectId id;
-    if (dict->getAt(key, id) != Kdad::eOk)
-        return out;
+    if (!dict || dict->getAt(key, id) != Kdad::eOk)
+        return "";
     KdDbObjectPointer<KdDbXrecord> xrec(id, KdDb::kForRead);
     if (!xrec)
-        return out;
+        return "";
     KdResbufPtr chain(xrec->rbChain());
-    for (const resbuf* rb = chain.get(); rb; rb = rb->rbnext) {
-        StoredPair p;
-        p.code = rb->restype;
-        switch (kdutValueKind(rb->restype)) {
-        case KdRbValueKind::kString:
-            p.text = rb->resval.rstring ? rb->resval.rstring : L"";
-            break;
-        case KdRbValueKind::kShort:
-            p.number = rb->resval.rint;
-            break;
-        case KdRbValueKind::kLong:
-            p.number = rb->resval.rlong;
-            break;
-        case KdRbValueKind::kName: {
-            KdDbObjectId ref;
-            if (kddbGetObjectId(ref, rb->resval.rlname) == RTNORM)
-                p.text = recordName(ref);
-            break;
-        }
-        default:
-            break;
-        }
-        out.push_back(p);
-    }
-    return out;
-}
-
-/// The pairs of one layer's block in a stored state (from its 330 or 8 up to the next one).
-inline std::vector<StoredPair> storedLayerBlock(const std::vector<StoredPair>& pairs,
-                                                std::wstring_view layer) {
-    std::vector<StoredPair> block;
-    bool in = false;
-    for (const StoredPair& p : pairs) {
-        const bool starts = p.code == 330 || p.code == 8;
-        if (starts)
-            in = tvEqualsNoCase(p.text, layer);
-        if (in)
-            block.push_back(p);
-    }
-    return block;
-}
-
-inline bool hasCode(const std::vector<StoredPair>& pairs, int code) {
-    for (const StoredPair& p : pairs)
-        if (p.code == code)
-            return true;
-    return false;
-}
-
-inline const StoredPair* findCode(const std::vector<StoredPair>& pairs, int code) {
-    for (const StoredPair& p : pairs)
-        if (p.code == code)
-            return &p;
-    return nullptr;
+    return listText(chain.get(), true);
 }
 
 /// Stores an xrecord made of `list` under `key` in the layer-states dictionary (created when

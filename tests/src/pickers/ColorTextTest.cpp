@@ -58,8 +58,6 @@ TEST(ColorTextWrite, FormsOfEachKindOfColour) {
     EXPECT_EQ(tv::colorText(foreground), L"7");
     // A true colour writes its nearest palette index in front of the RGB it really is.
     EXPECT_EQ(tv::colorText(trueColor(255, 127, 0)), L"30;RGB:255,127,0");
-    EXPECT_EQ(tv::colorText(trueColor(10, 20, 30)),
-              std::to_wstring(kdcmNearestColorIndex(10, 20, 30)) + L";RGB:10,20,30");
     EXPECT_EQ(tv::colorText(bookColor(255, 127, 0, L"MyBook", L"Orange 1")),
               L"30;RGB:255,127,0;BOOK:MyBook$Orange 1");
     // A named true colour without a book is no colour-book colour.
@@ -142,48 +140,21 @@ INSTANTIATE_TEST_SUITE_P(
                       bookColor(0, 128, 64, L"B", L"n"),
                       bookColor(200, 100, 50, L"PANTONE+ Solid Coated", L"PANTONE 7621 C")));
 
-TEST(ColorTextRead, PackedValueHasRedInTheLowByte) {
-    uint32_t rgb = 0;
-    EXPECT_EQ(tv::readColorText(L"1;RGB:10,20,30", nullptr, &rgb, nullptr), 1);
-    EXPECT_EQ(rgb, 0x001E140Au);
-    EXPECT_EQ(tv::readColorText(L"1;RGB:255,0,0", nullptr, &rgb, nullptr), 1);
-    EXPECT_EQ(rgb, 255u);
-}
-
 TEST(ColorTextRead, IndexWordsNamesAndNumbers) {
     struct Case {
         const wchar_t* text;
         int index; // -1: malformed
     };
-    const Case cases[] = {
-        {L"bylayer", 256},
-        {L"  ByBlock  ", 0},
-        {L"BYLAYER", 256},
-        {L"0", 0},
-        {L"256", 256},
-        {L"257", -1},
-        {L"-1", -1},
-        {L"+1", -1},
-        {L"99999999999", -1},
-        {L"red", 1},
-        {L"Yellow", 2},
-        {L"GREEN", 3},
-        {L"cyan", 4},
-        {L"BLUE", 5},
-        {L"Magenta", 6},
-        {L"white", 7},
-        {L"", -1},
-        {L"   ", -1},
-        {L"black", -1},
-        {L"by layer", -1},
-        {L"  7  ;", 7},
-        {L"\t7", -1},
-        {L"007", 7},
-        // Only A-Z fold: a dotless i or a fullwidth letter is not its ASCII look-alike.
-        {L"wh\u0131te", -1},
-        {L"\uFF32ED", -1},
-        {L"r\u00C9d", -1},
-    };
+    // Only A-Z fold: a dotless i or a fullwidth letter is not its ASCII look-alike.
+    const Case cases[] = {{L"bylayer", 256}, {L"  ByBlock  ", 0}, {L"BYLAYER", 256},
+                          {L"0", 0},         {L"256", 256},       {L"257", -1},
+                          {L"-1", -1},       {L"+1", -1},         {L"99999999999", -1},
+                          {L"red", 1},       {L"Yellow", 2},      {L"GREEN", 3},
+                          {L"cyan", 4},      {L"BLUE", 5},        {L"Magenta", 6},
+                          {L"white", 7},     {L"", -1},           {L"   ", -1},
+                          {L"black", -1},    {L"by layer", -1},   {L"  7  ;", 7},
+                          {L"\t7", -1},      {L"007", 7},         {L"wh\u0131te", -1},
+                          {L"\uFF32ED", -1}, {L"r\u00C9d", -1}};
     for (const Case& c : cases) {
         SCOPED_TRACE(::testing::PrintToString(std::wstring(c.text)));
         int index = -99;
@@ -250,7 +221,7 @@ TEST(ColorTextRead, ColourBookField) {
     }
 }
 
-TEST(ColorTextRead, LongBookIsCutToTheOutputBuffer) {
+TEST(ColorTextRead, OnlyTheFirst256CharactersAreRead) {
     const std::wstring text = L"1;;BOOK:" + std::wstring(100, L'b') + L"$" +
                               std::wstring(140, L'n'); // 249 characters: read whole
     wchar_t book[tv::kColorTextBookSize + 1];
@@ -264,6 +235,13 @@ TEST(ColorTextRead, LongBookIsCutToTheOutputBuffer) {
     EXPECT_EQ(tv::readColorText(longText.c_str(), nullptr, nullptr, book), 1);
     EXPECT_EQ(std::wstring(book).size(), 248u);
     EXPECT_EQ(book[tv::kColorTextBookSize], L'#');
+
+    // A third separator beyond what is read does not make the text malformed.
+    const std::wstring third = L"1;RGB:1,2,3;BOOK:A$" + std::wstring(300, L'x') + L";z";
+    int index = 0;
+    uint32_t rgb = 0;
+    EXPECT_EQ(tv::readColorText(third.c_str(), &index, &rgb, book), 2);
+    EXPECT_EQ(std::wstring(book).size(), 256u - 17u);
 }
 
 TEST(ColorTextRead, SeparatorsNullOutputsAndNullText) {
@@ -287,14 +265,4 @@ TEST(ColorTextRead, SeparatorsNullOutputsAndNullText) {
     EXPECT_EQ(r.status, -1);
     EXPECT_EQ(r.rgb, 0xDEADBEEFu);
     EXPECT_EQ(r.book, L"untouched");
-}
-
-TEST(ColorTextRead, OnlyTheFirst256CharactersAreRead) {
-    // The third separator lies beyond what is read, so the text is not malformed.
-    const std::wstring text = L"1;RGB:1,2,3;BOOK:A$" + std::wstring(300, L'x') + L";z";
-    wchar_t book[tv::kColorTextBookSize];
-    int index = 0;
-    uint32_t rgb = 0;
-    EXPECT_EQ(tv::readColorText(text.c_str(), &index, &rgb, book), 2);
-    EXPECT_EQ(std::wstring(book).size(), 256u - 17u);
 }

@@ -35,12 +35,6 @@ protected:
 
 } // namespace
 
-TEST_F(LayerNotice, StoredAnswerSuppressesTheNotice) {
-    ASSERT_EQ(setNumber(kKey.c_str(), L"ID1874", 1), ERROR_SUCCESS);
-    EXPECT_EQ(show(std::nullopt), 1);
-    EXPECT_EQ(m_shown, 0u);
-}
-
 TEST_F(LayerNotice, ShownWhenNothingOrZeroOrAnotherTypeIsStored) {
     EXPECT_EQ(show(IDNO), 0); // nothing stored: shown; OK with the box cleared stores 0
     EXPECT_EQ(stored(), std::optional<DWORD>(0));
