@@ -103,7 +103,7 @@ std::vector<std::string> validLines() {
 struct RoundTripCase {
     const char* label;
     StateHead head;
-    std::vector<LayerSpec> layers;
+    std::vector<LayerRow> layers;
 };
 
 void PrintTo(const RoundTripCase& c, std::ostream* os) {
@@ -228,7 +228,7 @@ TEST_F(LasFile, TrueColourAndColourBookPairsAreWrittenOnlyWhenTheyMeanSomething)
 // Saving never destroys the previous file: an export that fails, half-way or before it begins,
 // keeps it; one that succeeds replaces it whole.
 TEST_F(LasFile, ExportFailuresWriteNothingAndKeepTheOlderFile) {
-    CTvLayerState* holey = addState(m_mgr, L"Holey", {LayerSpec{}});
+    CTvLayerState* holey = addState(m_mgr, L"Holey", {LayerRow{}});
     m_mgr.layersOf(holey)->push_back(nullptr); // a layer record that went missing
     const fs::path file = m_dir / "previous.las";
     const std::string previous(4096, 'x');
@@ -239,7 +239,7 @@ TEST_F(LasFile, ExportFailuresWriteNothingAndKeepTheOlderFile) {
     // A state this manager does not hold.
     CTvLayerStateManager other;
     other.setDatabase(&m_db);
-    CTvLayerState* foreign = addState(other, L"Foreign", {LayerSpec{}});
+    CTvLayerState* foreign = addState(other, L"Foreign", {LayerRow{}});
     const fs::path notMade = m_dir / "foreign.las";
     EXPECT_EQ(m_mgr.exportState(notMade.wstring(), foreign), 0);
     EXPECT_EQ(m_mgr.exportState(notMade.wstring(), nullptr), 0);
@@ -378,12 +378,11 @@ TEST_F(LasFile, LayerPairsComeInAnyOrderAndUnknownCodesAreSkipped) {
     EXPECT_EQ(s->mask(), 0u) << "text that is no number reads as 0";
     ASSERT_EQ(in->layersOf(s)->size(), 2u);
     const CTvLayerStateInfo* walls = layerOf(*in, s, L"WALLS");
-    EXPECT_EQ(specOf(walls),
-              (LayerSpec{L"WALLS", 4, 12, 1193046u, L"B$C", L"DASHED", -2, L"Mine"}));
+    EXPECT_EQ(rowOf(walls), (LayerRow{L"WALLS", 4, 12, 1193046u, L"B$C", L"DASHED", -2, L"Mine"}));
     EXPECT_EQ(walls->isCurrent(), 1) << "the current layer is matched ignoring case";
     CTvLayerStateInfo fresh;
     fresh.setLayerName(L"DOORS");
-    EXPECT_EQ(specOf(layerOf(*in, s, L"DOORS")), specOf(&fresh));
+    EXPECT_EQ(rowOf(layerOf(*in, s, L"DOORS")), rowOf(&fresh));
     EXPECT_EQ(layerOf(*in, s, L"DOORS")->isCurrent(), 0);
 }
 
@@ -392,15 +391,15 @@ TEST_F(LasFile, LayerPairsComeInAnyOrderAndUnknownCodesAreSkipped) {
 TEST_F(LasFile, AnImportedStateIsComparedWithTheDrawing) {
     addLayer(m_db, L"Стены");
     // The drawing's layers, all colour 7, Continuous, default lineweight.
-    std::vector<LayerSpec> same = {layerRow(L"0"), layerRow(L"WALLS"), layerRow(L"DOORS"),
-                                   layerRow(L"Стены")};
+    std::vector<LayerRow> same = {layerRow(L"0"), layerRow(L"WALLS"), layerRow(L"DOORS"),
+                                  layerRow(L"Стены")};
     CTvLayerState* a = addState(m_mgr, L"Same", same);
     same[2].color = 1;
     CTvLayerState* b = addState(m_mgr, L"Differs", same);
     auto in = reader();
     ASSERT_EQ(in->importLas(exportToFile(a, "a.las").wstring()), 1) << tvToUtf8(in->lastError());
     ASSERT_EQ(in->importLas(exportToFile(b, "b.las").wstring()), 1);
-    EXPECT_EQ(specsOf(*in, in->findState(L"Same")), specsOf(m_mgr, a));
+    EXPECT_EQ(layerRowsOf(*in, in->findState(L"Same")), layerRowsOf(m_mgr, a));
     EXPECT_EQ(in->findState(L"Same")->matchFlag(), 1);
     EXPECT_EQ(in->findState(L"Differs")->matchFlag(), 0);
 }
@@ -450,9 +449,9 @@ class LasReplace : public LasFile {
 protected:
     void SetUp() override {
         LasFile::SetUp();
-        addState(m_mgr, L"First", {LayerSpec{}});
+        addState(m_mgr, L"First", {LayerRow{}});
         m_held = addState(m_mgr, L"Plan", m_heldLayers, 0x3FF, L"old");
-        addState(m_mgr, L"Last", {LayerSpec{}});
+        addState(m_mgr, L"Last", {LayerRow{}});
         CTvLayerStateManager source;
         CTvLayerState* s = addState(source, L"PLAN", m_newLayers, 0x1F, L"new");
         m_file = m_dir / "plan.las";
@@ -463,10 +462,10 @@ protected:
         ASSERT_EQ(m_mgr.stateCount(), 3u);
         EXPECT_EQ(m_mgr.states()[1].get(), m_held);
         EXPECT_EQ(headOf(m_held), (StateHead{L"Plan", 0x3FF, L"old", 1, L"0"}));
-        EXPECT_EQ(specsOf(m_mgr, m_held), m_heldLayers);
+        EXPECT_EQ(layerRowsOf(m_mgr, m_held), m_heldLayers);
     }
-    const std::vector<LayerSpec> m_heldLayers = {layerRow(L"WALLS", 8, 1)};
-    const std::vector<LayerSpec> m_newLayers = {layerRow(L"WALLS", 9, 2), layerRow(L"DOORS", 8, 3)};
+    const std::vector<LayerRow> m_heldLayers = {layerRow(L"WALLS", 8, 1)};
+    const std::vector<LayerRow> m_newLayers = {layerRow(L"WALLS", 9, 2), layerRow(L"DOORS", 8, 3)};
     CTvLayerState* m_held = nullptr;
     fs::path m_file;
 };
@@ -484,7 +483,7 @@ TEST_F(LasReplace, AnsweringYesReplacesTheStateInItsPlace) {
     const CTvLayerState* s = m_mgr.states()[1].get();
     EXPECT_EQ(m_mgr.findState(L"plan"), s);
     EXPECT_EQ(headOf(s), (StateHead{L"PLAN", 0x1F, L"new", 1, L"0"}));
-    EXPECT_EQ(specsOf(m_mgr, s), m_newLayers);
+    EXPECT_EQ(layerRowsOf(m_mgr, s), m_newLayers);
 }
 
 TEST_F(LasReplace, AFileBrokenAfterTheQuestionStillChangesNothing) {

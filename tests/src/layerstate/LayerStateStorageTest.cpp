@@ -193,7 +193,7 @@ TEST_F(Storage, ALayerThatNoLongerExistsIsDroppedFromTheStoredRecord) {
 // alone; a colour book without a true colour gets a 92 of "no true colour" and no 300 (the .las
 // file writes neither).
 TEST_F(Storage, TheStoredRecordHasTheHeadThenOneBlockPerLayer) {
-    std::vector<LayerSpec> layers = {
+    std::vector<LayerRow> layers = {
         {L"WALLS", 0x9, 1, kTvNoTrueColor, L"ORPHAN$BOOK", L"NOSUCH", -3, L"Color_1"},
         {L"DOORS", 0x8, 3, 0x00102030u, L"B$C", L"dashed", 25, L"Color_3"},
         {L"0", 8, 5, 0x00010203u, L"", L"Continuous", -3, L"Color_5"},
@@ -212,22 +212,22 @@ TEST_F(Storage, TheStoredRecordHasTheHeadThenOneBlockPerLayer) {
     layers[0].book.clear();
     layers[0].linetype = L"Continuous";
     layers[1].linetype = L"DASHED";
-    EXPECT_EQ(specsOf(*again, again->findState(L"Layout")), layers);
+    EXPECT_EQ(layerRowsOf(*again, again->findState(L"Layout")), layers);
 }
 
 // The loader takes true colours under the linetype bit of the mask, not the colour bit.
 TEST_F(Storage, TrueColoursLoadOnlyUnderTheLinetypeBit) {
-    const LayerSpec coloured{L"WALLS",      8,  5,         0x00112233u, L"BOOK$NAME",
-                             L"Continuous", -3, L"Color_5"};
+    const LayerRow coloured{L"WALLS",      8,  5,         0x00112233u, L"BOOK$NAME",
+                            L"Continuous", -3, L"Color_5"};
     addState(m_mgr, L"ColourBitOnly", {coloured}, kTvMaskAll & ~kTvMaskLinetype);
     addState(m_mgr, L"LinetypeBitOnly", {coloured}, kTvMaskLinetype);
     ASSERT_EQ(m_mgr.save(), 1);
     auto again = loadAgain();
-    LayerSpec without = coloured;
+    LayerRow without = coloured;
     without.trueColor = 0x00FFFFFFu; // six digits, not the usual no-true-colour
     without.book.clear();
-    EXPECT_EQ(specsOf(*again, again->findState(L"ColourBitOnly")), std::vector{without});
-    EXPECT_EQ(specsOf(*again, again->findState(L"LinetypeBitOnly")), std::vector{coloured});
+    EXPECT_EQ(layerRowsOf(*again, again->findState(L"ColourBitOnly")), std::vector{without});
+    EXPECT_EQ(layerRowsOf(*again, again->findState(L"LinetypeBitOnly")), std::vector{coloured});
 }
 
 TEST_F(Storage, LoadingTwiceKeepsTheHeldStates) {
@@ -281,13 +281,13 @@ TEST_F(StoredForms, TheReferenceFormLoadsBelowTheStorageMarker) {
     ASSERT_EQ(m_mgr.load(), 1);
     const CTvLayerState* s = m_mgr.findState(L"ByReference");
     EXPECT_EQ(headOf(s), (StateHead{L"ByReference", 1023, L"by reference", 1, L"WALLS"}));
-    const std::vector<LayerSpec> layers = {
+    const std::vector<LayerRow> layers = {
         {L"WALLS", 9, 5, kTvNoTrueColor, L"", L"DASHED", 25, L"Color_5"},
         {L"DOORS", 8, 3, kTvNoTrueColor, L"", L"Continuous", -3, L"Color_3"}};
-    EXPECT_EQ(specsOf(m_mgr, s), layers);
+    EXPECT_EQ(layerRowsOf(m_mgr, s), layers);
     EXPECT_EQ(layerOf(m_mgr, s, L"WALLS")->isCurrent(), 1);
     EXPECT_EQ(headOf(m_mgr.findState(L"Below")).mask, 32767u);
-    EXPECT_EQ(specsOf(m_mgr, m_mgr.findState(L"Below")), layers);
+    EXPECT_EQ(layerRowsOf(m_mgr, m_mgr.findState(L"Below")), layers);
     const CTvLayerState* marked = m_mgr.findState(L"Marked");
     EXPECT_EQ(headOf(marked), (StateHead{L"Marked", 32768, L"by reference", 1, L"WALLS"}));
     ASSERT_NE(m_mgr.layersOf(marked), nullptr);
@@ -301,8 +301,8 @@ TEST_F(StoredForms, TheNameFormLoadsWithOrWithoutTheMarker) {
     for (const wchar_t* key : {L"ByName", L"ByNameMarked"}) {
         SCOPED_TRACE(tvToUtf8(key));
         const CTvLayerState* s = m_mgr.findState(key);
-        EXPECT_EQ(specsOf(m_mgr, s),
-                  (std::vector<LayerSpec>{
+        EXPECT_EQ(layerRowsOf(m_mgr, s),
+                  (std::vector<LayerRow>{
                       {L"WALLS", 12, 6, kTvNoTrueColor, L"", L"DASHED", 35, L"Mine"},
                       {L"DOORS", 8, 2, kTvNoTrueColor, L"", L"Continuous", -3, L"Color_2"}}));
         EXPECT_EQ(layerOf(m_mgr, s, L"DOORS")->isCurrent(), 1);
@@ -346,7 +346,7 @@ TEST_F(StoredForms, PlotStyleReferencesAndNamelessLayersAreHandled) {
 // drawing gives it to a manager that was not told.
 TEST_F(Storage, TheStatesCurrentLayerIsMarkedOrElseTheDrawingsCurrentLayer) {
     ASSERT_EQ(m_db.setClayer(findLayer(m_db, L"WALLS")), Kdad::eOk);
-    const std::vector<LayerSpec> layers = {layerRow(L"0"), layerRow(L"WALLS"), layerRow(L"DOORS")};
+    const std::vector<LayerRow> layers = {layerRow(L"0"), layerRow(L"WALLS"), layerRow(L"DOORS")};
     addState(m_mgr, L"Doors", layers, kTvMaskAll, L"", L"doors");
     addState(m_mgr, L"Ghost", layers, kTvMaskAll, L"", L"GHOST");
     ASSERT_EQ(m_mgr.save(), 1);
@@ -363,7 +363,7 @@ TEST_F(Storage, TheStatesCurrentLayerIsMarkedOrElseTheDrawingsCurrentLayer) {
 // properties must not land on the layer stored before it.
 // Wrong: the unresolved block's 90, 62, 370, 331 and 1 overwrite the previous layer's values.
 TEST_F(Storage, AReferenceToAnErasedLayerDoesNotSpillIntoItsNeighbour) {
-    const std::vector<LayerSpec> layers = {
+    const std::vector<LayerRow> layers = {
         {L"WALLS", 8, 1, kTvNoTrueColor, L"", L"DASHED", 50, L"Color_1"},
         {L"DOORS", 0x9, 3, kTvNoTrueColor, L"", L"HIDDEN", 25, L"Color_3"},
         layerRow(L"0")};
@@ -375,8 +375,8 @@ TEST_F(Storage, AReferenceToAnErasedLayerDoesNotSpillIntoItsNeighbour) {
         ASSERT_EQ(doors->erase(), Kdad::eOk);
     }
     auto again = loadAgain();
-    EXPECT_EQ(specsOf(*again, again->findState(L"Erased")),
-              (std::vector<LayerSpec>{layers[0], layers[2]}));
+    EXPECT_EQ(layerRowsOf(*again, again->findState(L"Erased")),
+              (std::vector<LayerRow>{layers[0], layers[2]}));
 }
 
 // -- Legacy layer data --
@@ -506,7 +506,7 @@ TEST_F(RealDrawing, TheStatesOfNetDxfLoadWithTheirLayersAndSurviveASave) {
     EXPECT_EQ(headOf(one),
               (StateHead{L"LayerState1", 2047, L"Description for LayerState1", 0, L"0"}));
     std::vector<std::wstring> names;
-    for (const LayerSpec& layer : specsOf(d.mgr, one))
+    for (const LayerRow& layer : layerRowsOf(d.mgr, one))
         names.push_back(layer.name);
     EXPECT_EQ(names,
               (std::vector<std::wstring>{L"ConstructionLines", L"Groups", L"EntityProperties",

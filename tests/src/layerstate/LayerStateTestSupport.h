@@ -228,7 +228,7 @@ inline std::string normalisedDxf(const std::string& text) {
 // -- States in memory --
 
 /// One layer record of a state, spelled out.
-struct LayerSpec {
+struct LayerRow {
     std::wstring name = L"0";
     int32_t flags = kTvLayerPlottable;
     int32_t color = 7;
@@ -237,19 +237,19 @@ struct LayerSpec {
     std::wstring linetype = L"Continuous";
     int32_t lineweight = -3;
     std::wstring plotStyle = L"Color_7";
-    bool operator==(const LayerSpec&) const = default;
+    bool operator==(const LayerRow&) const = default;
 };
 
-inline void PrintTo(const LayerSpec& s, std::ostream* os) {
+inline void PrintTo(const LayerRow& s, std::ostream* os) {
     *os << tvToUtf8(s.name) << " flags " << s.flags << " colour " << s.color << " true colour 0x"
         << std::hex << s.trueColor << std::dec << " book '" << tvToUtf8(s.book) << "' "
         << tvToUtf8(s.linetype) << " lineweight " << s.lineweight << " " << tvToUtf8(s.plotStyle);
 }
 
 /// A layer record with the defaults but for its name, flags and colour.
-inline LayerSpec layerRow(const std::wstring& name, int32_t flags = kTvLayerPlottable,
-                          int32_t color = 7) {
-    LayerSpec s;
+inline LayerRow layerRow(const std::wstring& name, int32_t flags = kTvLayerPlottable,
+                         int32_t color = 7) {
+    LayerRow s;
     s.name = name;
     s.flags = flags;
     s.color = color;
@@ -281,7 +281,7 @@ inline StateHead headOf(const CTvLayerState* s) {
 
 /// Adds a state to the manager and returns it.
 inline CTvLayerState* addState(CTvLayerStateManager& mgr, const std::wstring& name,
-                               const std::vector<LayerSpec>& layers, uint32_t mask = kTvMaskAll,
+                               const std::vector<LayerRow>& layers, uint32_t mask = kTvMaskAll,
                                const std::wstring& description = L"",
                                const std::wstring& currentLayer = L"0", int viewportFlag = 1) {
     auto state = std::make_unique<CTvLayerState>();
@@ -291,7 +291,7 @@ inline CTvLayerState* addState(CTvLayerStateManager& mgr, const std::wstring& na
     state->setCurrentLayer(currentLayer);
     state->setViewportFlag(viewportFlag);
     CTvLayerStateManager::LayerArray array;
-    for (const LayerSpec& s : layers) {
+    for (const LayerRow& s : layers) {
         array.push_back(std::make_unique<CTvLayerStateInfo>());
         CTvLayerStateInfo& info = *array.back();
         info.setLayerName(s.name);
@@ -319,7 +319,7 @@ inline const CTvLayerStateInfo* layerOf(const CTvLayerStateManager& mgr, const C
 }
 
 /// Every field of a state's layer record, or a record named "<none>" when there is none.
-inline LayerSpec specOf(const CTvLayerStateInfo* i) {
+inline LayerRow rowOf(const CTvLayerStateInfo* i) {
     if (!i)
         return layerRow(L"<none>", 0, 0);
     return {i->layerNameRef(), i->flags(),       i->color(),      i->trueColor(),
@@ -327,11 +327,11 @@ inline LayerSpec specOf(const CTvLayerStateInfo* i) {
 }
 
 /// The layer records of a state, in order.
-inline std::vector<LayerSpec> specsOf(const CTvLayerStateManager& mgr, const CTvLayerState* s) {
-    std::vector<LayerSpec> out;
+inline std::vector<LayerRow> layerRowsOf(const CTvLayerStateManager& mgr, const CTvLayerState* s) {
+    std::vector<LayerRow> out;
     if (const auto* array = mgr.layersOf(s))
         for (const auto& info : *array)
-            out.push_back(specOf(info.get()));
+            out.push_back(rowOf(info.get()));
     return out;
 }
 
@@ -344,7 +344,7 @@ inline void expectSameState(const CTvLayerStateManager& mgrA, const CTvLayerStat
     EXPECT_EQ(headOf(a), headOf(b));
     ASSERT_NE(mgrA.layersOf(a), nullptr);
     ASSERT_NE(mgrB.layersOf(b), nullptr);
-    EXPECT_EQ(specsOf(mgrA, a), specsOf(mgrB, b)) << "layers of " << tvToUtf8(a->nameRef());
+    EXPECT_EQ(layerRowsOf(mgrA, a), layerRowsOf(mgrB, b)) << "layers of " << tvToUtf8(a->nameRef());
 }
 
 // -- The layer-states dictionary --
