@@ -3,7 +3,6 @@
 
 #include "TvCadLayerTools.h"
 
-#include "commands/TvLayerStateCommand.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdCommandStack.h"
@@ -186,14 +185,6 @@ bool TvCadApp::runCommand(const std::wstring& typed) {
         if (name == c.name)
             return (this->*c.run)();
     }
-    if (name == L"-LAYERSTATE") {
-        if (!m_db) {
-            say(L"No drawing is open.\n");
-            return false;
-        }
-        tv::layerStateCommandLine();
-        return true;
-    }
     if (name == L"-LAYER") {
         if (!m_db) {
             say(L"No drawing is open.\n");
@@ -212,7 +203,11 @@ bool TvCadApp::runCommand(const std::wstring& typed) {
         return false;
     }
     kdedSetCurrentDatabase(m_db.get());
-    cmd->handler();
+    std::string failure;
+    if (!kdrxCallGuarded(cmd->handler, &failure)) {
+        say(L"\nThe command " + cmd->globalName + L" failed: " + tvFromUtf8(failure) + L"\n");
+        return false;
+    }
     return true;
 }
 
@@ -343,7 +338,7 @@ bool TvCadApp::cmdLayout() {
 }
 
 bool TvCadApp::cmdHelp() {
-    say(L"Host commands: OPEN SAVE SAVEAS QUIT -LAYER -LAYERSTATE LAYISO LAYUNISO U LAYOUT -PURGE "
+    say(L"Host commands: OPEN SAVE SAVEAS QUIT -LAYER LAYISO LAYUNISO U LAYOUT -PURGE "
         L"LOADMODULE UNLOADMODULE HELP, and system variables by name\n");
     KdEdCommandStack* stack = kdedCommandStack();
     if (!stack)

@@ -8,6 +8,7 @@
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbTransactionManager.h"
+#include "tv/KdEdCommandStack.h"
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdUndoController.h"
 #include "tv/KdRxDynamicLinker.h"
@@ -137,7 +138,11 @@ bool layerIsolateCommand(KdDbDatabase* db) {
     }
     if (KdEdUndoController* undo = curDocUndoController())
         undo->putUndoMark();
-    record();
+    std::string failure;
+    if (!kdrxCallGuarded(record, &failure)) {
+        say(L"LayIso of the layer manager module failed: " + tvFromUtf8(failure) + L"\n");
+        return false;
+    }
     std::set<std::wstring> keep;
     for (const std::wstring& layer : layers)
         keep.insert(upper(layer));
@@ -171,16 +176,22 @@ bool layerUnisolateCommand(KdDbDatabase* db) {
     if (KdEdUndoController* undo = curDocUndoController())
         undo->putUndoMark();
     int restored = 0;
+    std::string failure;
     KdDbTransactionManager* transactions = db->transactionManager();
     if (inTransaction && transactions && transactions->startTransaction()) {
-        restored = inTransaction();
+        if (!kdrxCallGuarded(inTransaction, restored, &failure))
+            restored = 0;
         if (restored)
             transactions->endTransaction();
         else
             transactions->abortTransaction();
     }
-    if (!restored && direct)
-        restored = direct();
+    if (!restored && direct && failure.empty() && !kdrxCallGuarded(direct, restored, &failure))
+        restored = 0;
+    if (!failure.empty()) {
+        say(L"LAYUNISO of the layer manager module failed: " + tvFromUtf8(failure) + L"\n");
+        return false;
+    }
     applyCurDwgLayerTableChanges();
     say(restored ? L"Layers restored to their settings before LAYISO.\n"
                  : L"No layer isolation to undo.\n");

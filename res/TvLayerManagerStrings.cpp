@@ -100,6 +100,7 @@ constexpr StringEntry kStrings[] = {
     {6124, L"Settings Undo eXit _ Settings Undo eXit"},
     {6125, L"\nSelect an object on the layer to be frozen or [Settings/Undo/eXit]: "},
     {6126, L"\nEverything has been undone."},
+    {6127, L"-LAYERSTATE"},
 };
 
 constexpr bool isStrictlySorted() {

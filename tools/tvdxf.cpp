@@ -9,7 +9,6 @@
 #include <tv/KdDbViewport.h>
 #include <tv/KdDbXrecord.h>
 
-#include "db/KdDbDatabaseImpl.h"
 
 #include <cstdio>
 #include <cstring>
@@ -59,7 +58,7 @@ const char* versionName(KdDb::DwgVersion v) {
 
 size_t tableCount(KdDbDatabase& db, std::string_view name) {
     KdDbObjectId id = db.tableId(name);
-    auto* table = id.isValid() ? dynamic_cast<KdDbSymbolTable*>(id.stub()->object) : nullptr;
+    KdDbObjectPointer<KdDbSymbolTable> table(id, KdDb::kForRead);
     return table ? table->count() : 0;
 }
 
@@ -68,22 +67,21 @@ int info(const char* path) {
     if (!load(db, path))
         return 1;
     std::map<std::string, size_t> entities;
-    size_t dictionaries = 0, xrecords = 0, layouts = 0, viewports = 0;
-    db.forEachObject([&](KdDbObject* obj) {
-        if (obj->isErased())
-            return;
-        if (dynamic_cast<KdDbEntity*>(obj) && obj->dxfName() != "BLOCK" &&
-            obj->dxfName() != "ENDBLK")
-            ++entities[std::string(obj->dxfName())];
-        if (dynamic_cast<KdDbDictionary*>(obj))
-            ++dictionaries;
-        if (dynamic_cast<KdDbXrecord*>(obj))
-            ++xrecords;
-        if (dynamic_cast<KdDbLayout*>(obj))
-            ++layouts;
-        if (dynamic_cast<KdDbViewport*>(obj))
-            ++viewports;
-    });
+    size_t dictionaries = 0, xrecords = 0, layouts = 0, viewports = 0, blocks = 0;
+    for (const KdDbObjectCount& c : db.countObjects()) {
+        if (c.type == "BLOCK")
+            blocks = c.count;
+        else if (c.entity && c.type != "ENDBLK")
+            entities[c.type] = c.count;
+        if (c.type == "DICTIONARY" || c.type == "ACDBDICTIONARYWDFLT")
+            dictionaries += c.count;
+        else if (c.type == "XRECORD")
+            xrecords = c.count;
+        else if (c.type == "LAYOUT")
+            layouts = c.count;
+        if (c.type == "VIEWPORT")
+            viewports = c.count;
+    }
     size_t total = 0;
     for (auto& [type, n] : entities)
         total += n;
@@ -91,7 +89,7 @@ int info(const char* path) {
     std::printf("version: %s\n", versionName(db.originalFileVersion()));
     std::printf("layers: %zu\n", tableCount(db, "LAYER"));
     std::printf("linetypes: %zu\n", tableCount(db, "LTYPE"));
-    std::printf("blocks: %zu\n", db.impl().blockOrder.size());
+    std::printf("blocks: %zu\n", blocks);
     std::printf("layouts: %zu\n", layouts);
     std::printf("viewports: %zu\n", viewports);
     std::printf("dictionaries: %zu\n", dictionaries);

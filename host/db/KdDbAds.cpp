@@ -1,10 +1,11 @@
 // Ads-style database calls on the drawing database: entity names, lists of tags, table and
 // dictionary walks.
 #include <tv/KdDbAds.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "db/KdDbTagConvert.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "KdDbTagConvert.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbBlockTableRecord.h>
 #include <tv/KdDbDictionary.h>
@@ -324,7 +325,7 @@ void addDefault(KdDbDatabase* db, std::vector<KdDbTag>& tags, size_t& at, int co
                 std::string_view raw) {
     if (std::any_of(tags.begin(), tags.end(), [code](const KdDbTag& t) { return t.code == code; }))
         return;
-    std::string_view s = db->storeString(raw);
+    std::string_view s = KdDbAccess::storeString(db, raw);
     tags.insert(tags.begin() + static_cast<long>(at),
                 KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)});
     ++at;
@@ -351,7 +352,7 @@ int makeRecord(KdDbDatabase* db, const TableKind& kind, const resbuf* rest, KdDb
         return RTERROR;
     if (!KdDbSymbolTableRecord::isValidName(name) || tableObj->has(name.c_str()))
         return RTERROR;
-    std::string_view type = db->storeString(kind.table);
+    std::string_view type = KdDbAccess::storeString(db, kind.table);
     std::unique_ptr<KdDbSymbolTableRecord> rec;
     if (type == "LAYER" || type == "LTYPE" || type == "APPID" || type == "BLOCK_RECORD") {
         auto made = kdCreateObjectOfType(type, true, type, false);
@@ -373,7 +374,7 @@ int makeRecord(KdDbDatabase* db, const TableKind& kind, const resbuf* rest, KdDb
         addDefault(db, tags, at, 73, "0");
         addDefault(db, tags, at, 40, "0.0");
     }
-    rec->setTags(std::move(tags));
+    KdDbAccess::setTags(rec.get(), std::move(tags));
     if (rec->setName(name.c_str()) != Kdad::eOk)
         return RTERROR;
     KdDbObjectPointer<KdDbSymbolTable> table(tableObj->objectId(), KdDb::kForWrite);
@@ -408,12 +409,12 @@ int makeEntity(KdDbDatabase* db, const std::string& typeText, const resbuf* rest
     KdDbObjectId layer;
     if (!newObjectTags(db, rest, true, true, true, tags, nullptr, xdata, &layer))
         return RTERROR;
-    std::string_view type = db->storeString(typeText);
+    std::string_view type = KdDbAccess::storeString(db, typeText);
     std::unique_ptr<KdDbObject> made = kdCreateObjectOfType(type, false, {}, true);
     auto* entity = dynamic_cast<KdDbEntity*>(made.get());
     if (!entity)
         return RTERROR;
-    entity->setTags(std::move(tags));
+    KdDbAccess::setTags(entity, std::move(tags));
     KdDbObjectPointer<KdDbBlockTableRecord> space(db->modelSpaceId(), KdDb::kForWrite);
     if (!space || space->appendKdDbEntity(id, entity) != Kdad::eOk)
         return RTERROR;
@@ -435,7 +436,7 @@ int makeObject(KdDbDatabase* db, const std::string& typeText, const resbuf* rest
     const resbuf* xdata = nullptr;
     if (!newObjectTags(db, rest, false, false, true, tags, nullptr, xdata))
         return RTERROR;
-    std::string_view type = db->storeString(typeText);
+    std::string_view type = KdDbAccess::storeString(db, typeText);
     std::unique_ptr<KdDbObject> obj = kdCreateObjectOfType(type, false, {}, false);
     if (!obj || isRecordOrEntity(obj.get()))
         return RTERROR;
@@ -446,7 +447,7 @@ int makeObject(KdDbDatabase* db, const std::string& typeText, const resbuf* rest
         addDefault(db, tags, at, 100, "AcDbXrecord");
     else if (type == "DICTIONARY")
         addDefault(db, tags, at, 100, "AcDbDictionary");
-    obj->setTags(std::move(tags));
+    KdDbAccess::setTags(obj.get(), std::move(tags));
     if (db->addKdDbObject(id, obj.get()) != Kdad::eOk)
         return RTERROR;
     obj.release();
@@ -675,7 +676,7 @@ int kddbEntMod(const resbuf* list) {
         out.insert(out.end(), appendedAfter[units.size()].begin(),
                    appendedAfter[units.size()].end());
         out.insert(out.end(), tags.begin() + static_cast<long>(xs), tags.end());
-        if (target->replaceTags(std::move(out)) != Kdad::eOk)
+        if (KdDbAccess::replaceTags(target, std::move(out)) != Kdad::eOk)
             return RTERROR;
         if (!newLayer.isNull() && entity->setLayer(newLayer) != Kdad::eOk)
             return RTERROR;

@@ -1,8 +1,9 @@
 // Block table records: layout link, entity list, appending entities.
 #include <tv/KdDbBlockTableRecord.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbEntity.h>
 #include <tv/KdDbSymbolTable.h>
@@ -78,7 +79,7 @@ Kdad::ErrorStatus KdDbBlockTableRecord::appendKdDbEntity(KdDbObjectId& id, KdDbE
     auto t = entity->tags();
     std::vector<KdDbTag> tags;
     auto add = [&](int code, std::string_view v) {
-        std::string_view s = db->storeString(v);
+        std::string_view s = KdDbAccess::storeString(db, v);
         tags.push_back(
             KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)});
     };
@@ -102,11 +103,11 @@ Kdad::ErrorStatus KdDbBlockTableRecord::appendKdDbEntity(KdDbObjectId& id, KdDbE
         entity->bindLayer(layer.stub());
     }
     for (const KdDbTag& tag : t) {
-        std::string_view s = db->storeString(tag.value());
+        std::string_view s = KdDbAccess::storeString(db, tag.value());
         tags.push_back(KdDbTag{s.data(), tag.size, tag.code});
     }
-    entity->setTags(std::move(tags));
-    id = db->adopt(entity);
+    KdDbAccess::setTags(entity, std::move(tags));
+    id = KdDbAccess::adopt(db, entity);
     if (!entity->boundLayer()) {
         // A layer named in the entity's own tags: bound so that it follows a rename.
         std::wstring name = db->decode(tvdxf::trimmed(entity->tagValue(8)));
@@ -119,7 +120,7 @@ Kdad::ErrorStatus KdDbBlockTableRecord::appendKdDbEntity(KdDbObjectId& id, KdDbE
     }
     m_entities.push_back(id);
     if (objectId() == db->modelSpaceId() || objectId() == paper)
-        db->impl().entitiesSection.push_back(id);
+        KdDbAccess::impl(db).entitiesSection.push_back(id);
     return Kdad::eOk;
 }
 

@@ -1,10 +1,11 @@
-// The drawing database: construction, DXF load and atomic save, well-known objects, handles.
+// The drawing database: its state, well-known objects, handles, header variables.
 #include <tv/KdDbDatabase.h>
 
-#include "db/KdDbDatabaseImpl.h"
-#include "db/KdDbTagConvert.h"
-#include "dxf/DxfDocument.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbAccess.h"
+#include "KdDbDatabaseImpl.h"
+#include "KdDbUndoJournal.h"
+#include "KdDbTagConvert.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbBlockTableRecord.h>
 #include <tv/KdDbDictionary.h>
@@ -15,18 +16,13 @@
 #include <tv/KdDbSymbolTable.h>
 #include <tv/KdDbSymbolTableRecord.h>
 #include <tv/KdDbTransactionManager.h>
-#include <tv/KdDbUndoJournal.h>
 #include <tv/KdDbViewport.h>
 #include <tv/KdDbXrecord.h>
 #include <tv/KdUtf8.h>
 
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 // -- String store --
 
@@ -235,64 +231,7 @@ std::unique_ptr<KdDbObject> kdCreateObjectOfType(std::string_view type, bool inT
 
 // -- Database --
 
-KdDbDatabase::KdDbDatabase(bool buildDefaultDrawing, bool /*noDocument*/)
-    : m_impl(std::make_unique<KdDbDatabaseImpl>(this)) {
-    if (buildDefaultDrawing) {
-        std::string error;
-        [[maybe_unused]] Kdad::ErrorStatus es =
-            readDxfBuffer(tvdxf::newDrawingTemplate(), &error, "<new drawing>");
-        m_impl->fileName.clear();
-    }
-}
-
 KdDbDatabase::~KdDbDatabase() = default;
-
-Kdad::ErrorStatus KdDbDatabase::readDxfFile(const char* path, std::string* error) {
-    FILE* f = std::fopen(path, "rb");
-    if (!f) {
-        if (error)
-            *error = std::string(path) + ": cannot open: " + std::strerror(errno);
-        return errno == ENOENT ? Kdad::eFileNotFound : Kdad::eFileAccessErr;
-    }
-    std::string text;
-    struct stat st {};
-    if (fstat(fileno(f), &st) == 0 && st.st_size > 0)
-        text.resize(static_cast<size_t>(st.st_size));
-    size_t got = text.empty() ? 0 : std::fread(text.data(), 1, text.size(), f);
-    bool readError = std::ferror(f) != 0;
-    std::fclose(f);
-    if (readError || got != text.size()) {
-        if (error)
-            *error = std::string(path) + ": read error";
-        return Kdad::eFileAccessErr;
-    }
-    Kdad::ErrorStatus es = readDxfBuffer(std::move(text), error, path);
-    if (es == Kdad::eOk)
-        m_impl->fileName = path;
-    return es;
-}
-
-Kdad::ErrorStatus KdDbDatabase::readDxfBuffer(std::string text, std::string* error,
-                                              const char* name) {
-    auto fresh = std::make_unique<KdDbDatabaseImpl>(this);
-    fresh->fileText = std::move(text);
-    std::string message;
-    long long line = 0;
-    if (!tvdxf::readDocument(*fresh, message, line)) {
-        if (error)
-            *error = std::string(name) + ":" + message.substr(message.find(' ') + 1);
-        return Kdad::eInvalidDxfFile;
-    }
-    fresh->fileName = name;
-    m_impl = std::move(fresh);
-    return Kdad::eOk;
-}
-
-Kdad::ErrorStatus KdDbDatabase::readDwgFile(const wchar_t* path, std::string* error) {
-    if (!path)
-        return Kdad::eInvalidInput;
-    return readDxfFile(tvToUtf8(path).c_str(), error);
-}
 
 KdDb::DwgVersion KdDbDatabase::originalFileVersion() const {
     return m_impl->version;
@@ -316,104 +255,6 @@ bool KdDbDatabase::isModified() const {
 
 void KdDbDatabase::setModified(bool modified) {
     m_impl->modified = modified;
-}
-
-Kdad::ErrorStatus KdDbDatabase::writeDxf(std::string& out, KdDb::DwgVersion ver,
-                                         std::string* error) {
-    if (ver == KdDb::kDHL_Unknown)
-        ver = version();
-    std::string message;
-    if (!tvdxf::writeDocument(*m_impl, ver, out, message)) {
-        if (error)
-            *error = message;
-        return Kdad::eNotApplicable;
-    }
-    return Kdad::eOk;
-}
-
-namespace {
-
-std::string backupNameOf(const std::string& path) {
-    size_t slash = path.find_last_of('/');
-    size_t dot = path.find_last_of('.');
-    if (dot != std::string::npos && (slash == std::string::npos || dot > slash))
-        return path.substr(0, dot) + ".bak";
-    return path + ".bak";
-}
-
-bool writeAll(int fd, std::string_view data) {
-    const char* p = data.data();
-    size_t left = data.size();
-    while (left > 0) {
-        ssize_t n = ::write(fd, p, left);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return false;
-        }
-        p += n;
-        left -= static_cast<size_t>(n);
-    }
-    return true;
-}
-
-} // namespace
-
-Kdad::ErrorStatus KdDbDatabase::saveAs(const char* path, std::string* error, KdDb::DwgVersion ver) {
-    if (ver == KdDb::kDHL_Unknown)
-        ver = version();
-    std::string target(path);
-    std::string tmp = target + ".tmpXXXXXX";
-    int fd = mkstemp(tmp.data());
-    auto fail = [&](const char* what) {
-        if (error)
-            *error = target + ": " + what + ": " + std::strerror(errno);
-        return Kdad::eFileAccessErr;
-    };
-    if (fd < 0)
-        return fail("cannot create a temporary file beside it");
-    fchmod(fd, 0644);
-    // The text goes to the temporary file in pieces, so a save needs no second copy of the
-    // drawing in memory.
-    std::string message;
-    bool written = tvdxf::writeDocument(
-        *m_impl, ver, [fd](std::string_view piece) { return writeAll(fd, piece); }, message);
-    if (!written || fsync(fd) != 0) {
-        int saved = errno;
-        ::close(fd);
-        ::unlink(tmp.c_str());
-        errno = saved;
-        if (!written && message != "output error") {
-            if (error)
-                *error = target + ": " + message;
-            return Kdad::eNotApplicable;
-        }
-        return fail("cannot write");
-    }
-    ::close(fd);
-    struct stat st {};
-    if (::stat(target.c_str(), &st) == 0) {
-        // Keep the previous file as NAME.bak: a hard link keeps the target in place until the
-        // rename replaces it, so the drawing is never missing.
-        std::string bak = backupNameOf(target);
-        ::unlink(bak.c_str());
-        if (::link(target.c_str(), bak.c_str()) != 0 &&
-            ::rename(target.c_str(), bak.c_str()) != 0) {
-            int saved = errno;
-            ::unlink(tmp.c_str());
-            errno = saved;
-            return fail("cannot keep the previous file as .bak");
-        }
-    }
-    if (::rename(tmp.c_str(), target.c_str()) != 0) {
-        int saved = errno;
-        ::unlink(tmp.c_str());
-        errno = saved;
-        return fail("cannot rename the temporary file over it");
-    }
-    m_impl->fileName = target;
-    m_impl->modified = false;
-    return Kdad::eOk;
 }
 
 // -- Tables and well-known objects --
@@ -539,7 +380,7 @@ Kdad::ErrorStatus KdDbDatabase::setHeaderVar(const char* name, int code, const w
         m_impl->journal->recordHeader();
     m_impl->modified = true;
     std::string raw = encode(value);
-    std::string_view stored = storeString(raw);
+    std::string_view stored = m_impl->strings.store(raw);
     KdDbTag tag{stored.data(), static_cast<uint32_t>(stored.size()), static_cast<int16_t>(code)};
     int valueAt = m_impl->headerValueIndex(name);
     if (valueAt >= 0) {
@@ -552,7 +393,7 @@ Kdad::ErrorStatus KdDbDatabase::setHeaderVar(const char* name, int code, const w
         m_impl->header.insert(m_impl->header.begin() + nameAt + 1, tag);
         return Kdad::eOk;
     }
-    std::string_view n = storeString(name);
+    std::string_view n = m_impl->strings.store(name);
     m_impl->header.push_back(KdDbTag{n.data(), static_cast<uint32_t>(n.size()), 9});
     m_impl->header.push_back(tag);
     return Kdad::eOk;
@@ -635,13 +476,13 @@ Kdad::ErrorStatus KdDbDatabase::countHardReferences(const std::vector<KdDbObject
 KdDbObjectId KdDbDatabase::adopt(KdDbObject* obj) {
     KdDbStub* stub = m_impl->newStub(m_impl->nextHandle());
     stub->object = obj;
-    obj->attach(stub);
+    KdDbAccess::attach(obj, stub);
     m_impl->objects.emplace_back(obj);
     // New objects carry their handle as their first tag.
     auto t = obj->tags();
     std::vector<KdDbTag> tags(t.begin(), t.end());
     int code = obj->dxfName() == "DIMSTYLE" ? 105 : 5;
-    std::string_view h = storeString(tvdb::formatHandle(stub->handle));
+    std::string_view h = m_impl->strings.store(tvdxf::formatHandle(stub->handle));
     KdDbTag tag{h.data(), static_cast<uint32_t>(h.size()), static_cast<int16_t>(code)};
     auto it =
         std::find_if(tags.begin(), tags.end(), [code](const KdDbTag& x) { return x.code == code; });
@@ -649,7 +490,7 @@ KdDbObjectId KdDbDatabase::adopt(KdDbObject* obj) {
         *it = tag;
     else
         tags.insert(tags.begin(), tag);
-    obj->setTags(std::move(tags));
+    KdDbAccess::setTags(obj, std::move(tags));
     m_impl->modified = true;
     if (m_impl->journal->isRecording())
         m_impl->journal->recordCreated(KdDbObjectId(stub));
@@ -672,8 +513,22 @@ KdDbTransactionManager* KdDbDatabase::transactionManager() const {
     return m_impl->transactions.get();
 }
 
-KdDbUndoJournal& KdDbDatabase::undoJournal() const {
-    return *m_impl->journal;
+std::vector<KdDbObjectCount> KdDbDatabase::countObjects() const {
+    std::map<std::string_view, KdDbObjectCount> byType;
+    for (auto& obj : m_impl->objects) {
+        if (obj->isErased())
+            continue;
+        KdDbObjectCount& c = byType[obj->dxfName()];
+        if (c.count++ == 0) {
+            c.type = std::string(obj->dxfName());
+            c.entity = dynamic_cast<KdDbEntity*>(obj.get()) != nullptr;
+        }
+    }
+    std::vector<KdDbObjectCount> out;
+    out.reserve(byType.size());
+    for (auto& [type, c] : byType)
+        out.push_back(std::move(c));
+    return out;
 }
 
 bool KdDbDatabase::isAppRegistered(const wchar_t* appName) const {
@@ -691,7 +546,7 @@ bool KdDbDatabase::registerApp(const wchar_t* appName) {
     auto* rec = new KdDbRegAppTableRecord();
     // The table is changed by the Host itself here: open it for the duration of the add.
     bool wasOpen = table->isWriteEnabled();
-    if (!wasOpen && table->openAs(KdDb::kForWrite) != Kdad::eOk) {
+    if (!wasOpen && KdDbAccess::openAs(table, KdDb::kForWrite) != Kdad::eOk) {
         delete rec;
         return false;
     }
@@ -714,19 +569,10 @@ std::wstring KdDbDatabase::decode(std::string_view raw) const {
     return m_impl->codec->decode(raw);
 }
 
-std::string_view KdDbDatabase::storeString(std::string_view raw) {
-    return m_impl->strings.store(raw);
-}
-
 void KdDbDatabase::invalidateIndexes() {
     for (const KdDbObjectId& id : m_impl->tables)
         if (auto* table = dynamic_cast<KdDbSymbolTable*>(objectOf(id)))
             table->reindex();
-}
-
-void KdDbDatabase::forEachObject(const std::function<void(KdDbObject*)>& fn) const {
-    for (auto& obj : m_impl->objects)
-        fn(obj.get());
 }
 
 void kdad_free(void* p) {

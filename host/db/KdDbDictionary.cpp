@@ -1,9 +1,10 @@
 // Dictionaries: entries parsed from their tags on first use and written back on change.
 #include <tv/KdDbDictionary.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "db/KdDbTagConvert.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "KdDbTagConvert.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdUtf8.h>
 
@@ -32,7 +33,7 @@ KdDbDictionary::KdDbDictionary() : KdDbObject("DICTIONARY") {
     std::vector<KdDbTag> tags;
     tags.push_back(makeTag(100, kMarker));
     tags.push_back(makeTag(281, "1"));
-    setTags(std::move(tags));
+    KdDbAccess::setTags(this, std::move(tags));
     m_parsed = false;
 }
 
@@ -101,7 +102,7 @@ void KdDbDictionary::writeEntries() {
     std::vector<KdDbTag> section(kept.begin(), kept.begin() + headerCount);
     for (const KdDbDictionaryEntry& entry : m_entries) {
         section.push_back(makeTag(3, encode(entry.key)));
-        section.push_back(makeTag(entry.code, tvdb::formatHandle(entry.id.handle().value())));
+        section.push_back(makeTag(entry.code, tvdxf::formatHandle(entry.id.handle().value())));
     }
     section.insert(section.end(), kept.begin() + headerCount, kept.end());
     own.erase(own.begin() + b, own.begin() + e);

@@ -1,8 +1,9 @@
 // Entities: layer binding and the common properties; block markers and block references.
 #include <tv/KdDbEntity.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbBlockTableRecord.h>
 #include <tv/KdDbLayerTableRecord.h>
@@ -123,7 +124,7 @@ KdDbObjectId KdDbBlockReference::blockTableRecord() const {
     auto* bt = dynamic_cast<KdDbSymbolTable*>(table.stub() ? table.stub()->object : nullptr);
     if (bt && bt->getAt(name.c_str(), id) == Kdad::eOk)
         return id;
-    for (const KdDbObjectId& b : database()->impl().blockOrder) {
+    for (const KdDbObjectId& b : KdDbAccess::impl(database()).blockOrder) {
         auto* btr = dynamic_cast<KdDbBlockTableRecord*>(b.stub()->object);
         if (btr && btr->cachedName() == name)
             return b;

@@ -1,8 +1,9 @@
 // The Host's layer state manager over the layer-states dictionary's xrecords.
 #include <tv/KdDbLayerStateManager.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbDictionary.h>
 #include <tv/KdDbLayerTableRecord.h>
@@ -178,7 +179,7 @@ KdDbObjectId KdDbLayerStateManager::layerStatesDictionaryId(bool createIfNonExis
         return KdDbObjectId::kNull;
     // The Host makes its own dictionaries: the opens last only for the creation.
     bool tableWasOpen = table->isWriteEnabled();
-    if (!tableWasOpen && table->openAs(KdDb::kForWrite) != Kdad::eOk)
+    if (!tableWasOpen && KdDbAccess::openAs(table, KdDb::kForWrite) != Kdad::eOk)
         return KdDbObjectId::kNull;
     Kdad::ErrorStatus es = table->createExtensionDictionary();
     if (!tableWasOpen)
@@ -189,7 +190,7 @@ KdDbObjectId KdDbLayerStateManager::layerStatesDictionaryId(bool createIfNonExis
     if (!xdict)
         return KdDbObjectId::kNull;
     bool dictWasOpen = xdict->isWriteEnabled();
-    if (!dictWasOpen && xdict->openAs(KdDb::kForWrite) != Kdad::eOk)
+    if (!dictWasOpen && KdDbAccess::openAs(xdict, KdDb::kForWrite) != Kdad::eOk)
         return KdDbObjectId::kNull;
     auto* states = new KdDbDictionary();
     es = xdict->setAt(kStatesKey, states, id);

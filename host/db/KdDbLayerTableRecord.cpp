@@ -1,10 +1,11 @@
 // Layer records: properties read from and written to the record's tags, description and
 // transparency in extended data, viewport overrides in the extension dictionary.
 #include <tv/KdDbLayerTableRecord.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "db/KdDbTagConvert.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "KdDbTagConvert.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbDictionary.h>
 #include <tv/KdDbSymbolTable.h>
@@ -237,7 +238,7 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setPlotStyleName(KdDbObjectId placeholde
         return Kdad::eKeyNotFound;
     Kdad::ErrorStatus es = assertWriteEnabled();
     if (es == Kdad::eOk)
-        setField(kMarker, kLayerOrder, 390, tvdb::formatHandle(placeholderId.handle().value()));
+        setField(kMarker, kLayerOrder, 390, tvdxf::formatHandle(placeholderId.handle().value()));
     return es;
 }
 
@@ -251,7 +252,7 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setPlotStyleName(const wchar_t* name) {
     if (dict->getAt(name, id) != Kdad::eOk) {
         // A new named style gets its placeholder, as the Host does for named plot styles.
         bool wasOpen = dict->isWriteEnabled();
-        if (!wasOpen && dict->openAs(KdDb::kForWrite) != Kdad::eOk)
+        if (!wasOpen && KdDbAccess::openAs(dict, KdDb::kForWrite) != Kdad::eOk)
             return Kdad::eWasOpenForRead;
         auto* placeholder = new KdDbObject("ACDBPLACEHOLDER");
         Kdad::ErrorStatus es = dict->setAt(name, placeholder, id);
@@ -337,7 +338,7 @@ bool KdDbLayerTableRecord::overrideValue(const wchar_t* key, int valueCode, KdDb
         for (; j < t.size() && t[j].code != 102; ++j) {
             uint64_t h = 0;
             if (t[j].code == 335 && tvdxf::parseHandle(t[j].value(), h))
-                match = tvdb::formatHandle(h) == vp;
+                match = tvdxf::formatHandle(h) == vp;
             else if (t[j].code == valueCode) {
                 value = std::string(t[j].value());
                 hasValue = true;
@@ -375,7 +376,7 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setOverrideValue(const wchar_t* key, con
     if (xdict->getAt(key, xrecId) == Kdad::eOk) {
         xrec = objectOf(xrecId);
     } else {
-        if (!wasOpen && xdict->openAs(KdDb::kForWrite) != Kdad::eOk)
+        if (!wasOpen && KdDbAccess::openAs(xdict, KdDb::kForWrite) != Kdad::eOk)
             return Kdad::eWasOpenForRead;
         auto* fresh = new KdDbXrecord();
         es = xdict->setAt(key, fresh, xrecId);
@@ -399,7 +400,7 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setOverrideValue(const wchar_t* key, con
             for (; j < t.size() && t[j].code != 102; ++j) {
                 uint64_t h = 0;
                 if (t[j].code == 335 && tvdxf::parseHandle(t[j].value(), h))
-                    match = tvdb::formatHandle(h) == vpHex;
+                    match = tvdxf::formatHandle(h) == vpHex;
             }
             if (!match)
                 tags.insert(tags.end(), t.begin() + static_cast<long>(i),
@@ -411,7 +412,7 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setOverrideValue(const wchar_t* key, con
     }
     if (!raw.empty()) {
         auto tagOf = [&](int code, std::string_view v) {
-            std::string_view s = db->storeString(v);
+            std::string_view s = KdDbAccess::storeString(db, v);
             return KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)};
         };
         tags.push_back(tagOf(102, std::string("{") + blockName));
@@ -419,9 +420,9 @@ Kdad::ErrorStatus KdDbLayerTableRecord::setOverrideValue(const wchar_t* key, con
         tags.push_back(tagOf(valueCode, raw));
         tags.push_back(tagOf(102, "}"));
     }
-    if (db->undoJournal().isRecording())
-        db->undoJournal().recordChange(xrec);
-    xrec->setTags(std::move(tags));
+    if (KdDbAccess::undoJournal(db).isRecording())
+        KdDbAccess::undoJournal(db).recordChange(xrec);
+    KdDbAccess::setTags(xrec, std::move(tags));
     return Kdad::eOk;
 }
 

@@ -1,8 +1,8 @@
 // Plot settings and layouts.
 #include <tv/KdDbLayout.h>
 
-#include "db/KdDbDatabaseImpl.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "DxfTokenizer.h"
 
 namespace {
 constexpr std::string_view kPlotMarker = "AcDbPlotSettings";

@@ -1,12 +1,13 @@
 // Base class of every database object: identity, open state, extended data, tag editing.
 #include <tv/KdDbObject.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "db/KdDbTagConvert.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "KdDbTagConvert.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbDictionary.h>
-#include <tv/KdDbUndoJournal.h>
+#include "KdDbUndoJournal.h"
 #include <tv/KdUtf8.h>
 
 #include <algorithm>
@@ -86,7 +87,7 @@ Kdad::ErrorStatus KdDbObject::assertWriteEnabled() {
 void KdDbObject::recordChange() {
     if (m_stub && m_stub->database) {
         m_stub->database->setModified(true);
-        KdDbUndoJournal& journal = m_stub->database->undoJournal();
+        KdDbUndoJournal& journal = KdDbAccess::undoJournal(m_stub->database);
         if (journal.isRecording())
             journal.recordChange(this);
     }
@@ -125,6 +126,15 @@ std::vector<KdDbTag>& KdDbObject::mutableTags() {
     return o.tags;
 }
 
+void KdDbObject::setBorrowedTags(const KdDbTag* begin, uint32_t count) {
+    m_tagBegin = begin;
+    m_tagCount = count;
+    if (m_own) {
+        m_own->active = false;
+        m_own->tags.clear();
+    }
+}
+
 void KdDbObject::setTags(std::vector<KdDbTag> tags) {
     OwnedTags& o = own();
     o.tags = std::move(tags);
@@ -148,7 +158,7 @@ KdDbTag KdDbObject::makeTag(int code, std::string_view raw) const {
     KdDbTag t;
     std::string_view stored;
     if (database()) {
-        stored = database()->storeString(raw);
+        stored = KdDbAccess::storeString(database(), raw);
     } else {
         stored = own().strings.emplace_back(raw);
     }
@@ -312,12 +322,12 @@ KdDbObjectId KdDbObject::ownerId() const {
     uint64_t h = 0;
     if (!tvdxf::parseHandle(tags()[static_cast<size_t>(idx)].value(), h) || h == 0)
         return KdDbObjectId::kNull;
-    return KdDbObjectId(database()->impl().stubOf(h));
+    return KdDbObjectId(KdDbAccess::impl(database()).stubOf(h));
 }
 
 Kdad::ErrorStatus KdDbObject::setOwnerId(KdDbObjectId owner) {
     recordChange();
-    std::string raw = tvdb::formatHandle(owner.isNull() ? 0 : owner.handle().value());
+    std::string raw = tvdxf::formatHandle(owner.isNull() ? 0 : owner.handle().value());
     int idx = ownerTagIndex(tags());
     std::vector<KdDbTag>& own = mutableTags();
     if (idx >= 0) {
@@ -332,7 +342,7 @@ Kdad::ErrorStatus KdDbObject::setOwnerId(KdDbObjectId owner) {
 Kdad::ErrorStatus KdDbObject::addPersistentReactor(KdDbObjectId reactor) {
     if (reactor.isNull())
         return Kdad::eNullObjectId;
-    const std::string raw = tvdb::formatHandle(reactor.handle().value());
+    const std::string raw = tvdxf::formatHandle(reactor.handle().value());
     auto t = tags();
     int groupEnd = -1;
     for (size_t i = 0; i < t.size(); ++i) {
@@ -376,7 +386,7 @@ KdDbObjectId KdDbObject::extensionDictionary() const {
             for (size_t j = i + 1; j < t.size() && t[j].code != 102; ++j) {
                 uint64_t h = 0;
                 if (t[j].code == 360 && tvdxf::parseHandle(t[j].value(), h) && database())
-                    return KdDbObjectId(database()->impl().stubOf(h));
+                    return KdDbObjectId(KdDbAccess::impl(database()).stubOf(h));
             }
         }
     }
@@ -416,7 +426,7 @@ Kdad::ErrorStatus KdDbObject::createExtensionDictionary() {
     int owner = ownerTagIndex(own);
     int at = owner >= 0 ? owner : afterHandleAndGroups(own);
     KdDbTag group[3] = {makeTag(102, "{ACAD_XDICTIONARY"),
-                        makeTag(360, tvdb::formatHandle(dictId.handle().value())),
+                        makeTag(360, tvdxf::formatHandle(dictId.handle().value())),
                         makeTag(102, "}")};
     own.insert(own.begin() + at, group, group + 3);
     return Kdad::eOk;
@@ -540,7 +550,7 @@ Kdad::ErrorStatus kddbOpenKdDbObject(KdDbObject*& obj, KdDbObjectId id, KdDb::Op
         return Kdad::eKeyNotFound;
     if (o->isErased() && !openErased)
         return Kdad::eWasErased;
-    Kdad::ErrorStatus es = o->openAs(mode);
+    Kdad::ErrorStatus es = KdDbAccess::openAs(o, mode);
     if (es == Kdad::eOk)
         obj = o;
     return es;

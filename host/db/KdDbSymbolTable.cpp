@@ -1,7 +1,8 @@
 // Symbol tables: records in order, a name index that ignores case, the record iterator.
 #include <tv/KdDbSymbolTable.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
+#include "KdDbDatabaseImpl.h"
 
 #include <tv/KdDbBlockTableRecord.h>
 #include <tv/KdDbEntity.h>
@@ -167,7 +168,7 @@ Kdad::ErrorStatus KdDbSymbolTable::add(KdDbObjectId& id, KdDbSymbolTableRecord* 
     auto t = rec->tags();
     std::vector<KdDbTag> tags;
     auto add = [&](int code, std::string_view v) {
-        std::string_view s = db->storeString(v);
+        std::string_view s = KdDbAccess::storeString(db, v);
         tags.push_back(
             KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)});
     };
@@ -182,13 +183,13 @@ Kdad::ErrorStatus KdDbSymbolTable::add(KdDbObjectId& id, KdDbSymbolTableRecord* 
     for (auto& tag : tags) {
         if (tag.code == 2) {
             std::string raw = db->encode(name);
-            std::string_view s = db->storeString(raw);
+            std::string_view s = KdDbAccess::storeString(db, raw);
             tag.data = s.data();
             tag.size = static_cast<uint32_t>(s.size());
         }
     }
-    rec->setTags(std::move(tags));
-    id = db->adopt(rec);
+    KdDbAccess::setTags(rec, std::move(tags));
+    id = KdDbAccess::adopt(db, rec);
     m_records.push_back(id);
     if (m_indexValid)
         m_index.emplace(upper(name), id);
@@ -199,7 +200,7 @@ Kdad::ErrorStatus KdDbSymbolTable::add(KdDbObjectId& id, KdDbSymbolTableRecord* 
         std::string raw = db->encode(name);
         std::vector<KdDbTag> bt, et;
         auto tagOf = [&](int code, std::string_view v) {
-            std::string_view s = db->storeString(v);
+            std::string_view s = KdDbAccess::storeString(db, v);
             return KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)};
         };
         std::string owner = id.handle().ascii();
@@ -211,14 +212,14 @@ Kdad::ErrorStatus KdDbSymbolTable::add(KdDbObjectId& id, KdDbSymbolTableRecord* 
               tagOf(1, "")};
         et = {tagOf(330, owner), tagOf(100, "AcDbEntity"), tagOf(8, "0"),
               tagOf(100, "AcDbBlockEnd")};
-        begin->setTags(std::move(bt));
-        end->setTags(std::move(et));
-        KdDbObjectId bid = db->adopt(begin);
-        KdDbObjectId eid = db->adopt(end);
+        KdDbAccess::setTags(begin, std::move(bt));
+        KdDbAccess::setTags(end, std::move(et));
+        KdDbObjectId bid = KdDbAccess::adopt(db, begin);
+        KdDbObjectId eid = KdDbAccess::adopt(db, end);
         begin->bindLayer(db->layerZero().stub());
         end->bindLayer(db->layerZero().stub());
         btr->setBlockBeginEnd(bid, eid);
-        db->impl().blockOrder.push_back(id);
+        KdDbAccess::impl(db).blockOrder.push_back(id);
     }
     return Kdad::eOk;
 }
@@ -285,7 +286,7 @@ bool KdDbLayerTable::acceptsRecord(const KdDbSymbolTableRecord* rec) const {
 void KdDbLayerTable::generateUsageData() {
     KdDbDatabase* db = database();
     std::unordered_map<KdDbStub*, bool> used;
-    db->forEachObject([&](KdDbObject* obj) {
+    KdDbAccess::forEachObject(db, [&](KdDbObject* obj) {
         auto* ent = dynamic_cast<KdDbEntity*>(obj);
         if (ent && !ent->isErased() && ent->boundLayer())
             used[ent->boundLayer()] = true;

@@ -1,8 +1,8 @@
 // Symbol table records: names under the Host's naming rule, dependency flags, linetypes.
 #include <tv/KdDbSymbolTableRecord.h>
 
-#include "db/KdDbDatabaseImpl.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbSymbolTable.h>
 

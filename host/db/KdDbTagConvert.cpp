@@ -1,8 +1,9 @@
 // Conversion between tags and result-buffer lists.
-#include "db/KdDbTagConvert.h"
+#include "KdDbTagConvert.h"
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "DxfTokenizer.h"
 
 #include <charconv>
 #include <cstring>
@@ -21,25 +22,6 @@ bool isPointerCode(int code) {
            (code >= 480 && code <= 481);
 }
 
-std::string formatReal(double v) {
-    char buf[64];
-    auto [p, ec] = std::to_chars(buf, buf + sizeof buf, v);
-    std::string s(buf, ec == std::errc() ? p : buf);
-    if (s.find_first_of(".eEn") == std::string::npos)
-        s += ".0";
-    return s;
-}
-
-std::string formatHandle(uint64_t h) {
-    char buf[24];
-    auto [p, ec] = std::to_chars(buf, buf + sizeof buf, h, 16);
-    std::string s(buf, p);
-    for (char& c : s)
-        if (c >= 'a' && c <= 'f')
-            c = static_cast<char>(c - 32);
-    return s;
-}
-
 wchar_t* newResbufString(const std::wstring& s) {
     auto* p = new wchar_t[s.size() + 1];
     std::memcpy(p, s.c_str(), (s.size() + 1) * sizeof(wchar_t));
@@ -51,7 +33,7 @@ KdDbStub* stubOfName(KdDbDatabase* db, const int64_t name[2]) {
         return nullptr;
     auto* stub = reinterpret_cast<KdDbStub*>(name[0]);
     // Only trust a stub that the database knows by its handle.
-    return db->impl().stubOf(stub->handle) == stub ? stub : nullptr;
+    return KdDbAccess::impl(db).stubOf(stub->handle) == stub ? stub : nullptr;
 }
 
 namespace {
@@ -109,7 +91,7 @@ resbuf* tagToResbuf(KdDbDatabase* db, std::span<const KdDbTag> tags, size_t& i) 
         uint64_t h = 0;
         KdDbStub* stub = nullptr;
         if (tvdxf::parseHandle(t.value(), h) && h != 0)
-            stub = db->impl().stubOf(h);
+            stub = KdDbAccess::impl(db).stubOf(h);
         rb->resval.rlname[0] = reinterpret_cast<int64_t>(stub);
         rb->resval.rlname[1] = stub ? reinterpret_cast<int64_t>(db) : 0;
         break;
@@ -162,7 +144,7 @@ bool oneResbufToTags(KdDbDatabase* db, const resbuf* rb, std::vector<KdDbTag>& o
     };
     auto add = [&](int code, std::string_view raw) {
         KdDbTag t;
-        std::string_view stored = db->storeString(raw);
+        std::string_view stored = KdDbAccess::storeString(db, raw);
         t.data = stored.data();
         t.size = static_cast<uint32_t>(stored.size());
         t.code = static_cast<int16_t>(code);
@@ -182,7 +164,7 @@ bool oneResbufToTags(KdDbDatabase* db, const resbuf* rb, std::vector<KdDbTag>& o
         return true;
     }
     case KdRbValueKind::kReal:
-        add(code, formatReal(rb->resval.rreal));
+        add(code, tvdxf::formatReal(rb->resval.rreal));
         return true;
     case KdRbValueKind::kShort:
         add(code, std::to_string(rb->resval.rint));
@@ -195,9 +177,9 @@ bool oneResbufToTags(KdDbDatabase* db, const resbuf* rb, std::vector<KdDbTag>& o
         return true;
     case KdRbValueKind::kPoint: {
         int y = pointYCode(code);
-        add(code, formatReal(rb->resval.rpoint[0]));
-        add(y, formatReal(rb->resval.rpoint[1]));
-        add(y + 10, formatReal(rb->resval.rpoint[2]));
+        add(code, tvdxf::formatReal(rb->resval.rpoint[0]));
+        add(y, tvdxf::formatReal(rb->resval.rpoint[1]));
+        add(y + 10, tvdxf::formatReal(rb->resval.rpoint[2]));
         return true;
     }
     case KdRbValueKind::kName: {
@@ -208,7 +190,7 @@ bool oneResbufToTags(KdDbDatabase* db, const resbuf* rb, std::vector<KdDbTag>& o
         KdDbStub* stub = stubOfName(db, rb->resval.rlname);
         if (!stub)
             return fail("entity name of another or no database");
-        add(code, formatHandle(stub->handle));
+        add(code, tvdxf::formatHandle(stub->handle));
         return true;
     }
     case KdRbValueKind::kBinary: {

@@ -32,10 +32,6 @@ bool resbufToTags(KdDbDatabase* db, const resbuf* rb, std::vector<KdDbTag>& out,
 bool oneResbufToTags(KdDbDatabase* db, const resbuf* rb, std::vector<KdDbTag>& out,
                      std::string* error);
 
-/// Text of a real as DXF writes it (shortest form that reads back the same value).
-std::string formatReal(double v);
-/// Hexadecimal handle text ("1F"), "0" for null.
-std::string formatHandle(uint64_t h);
 /// A copy of `s` in the memory result buffers own (released by kdutRelRb).
 wchar_t* newResbufString(const std::wstring& s);
 /// The stub of an entity name, or null when it is not a name of `db`.

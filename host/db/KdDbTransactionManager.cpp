@@ -1,9 +1,10 @@
 // Transactions and the undo journal they share with undo marks.
 #include <tv/KdDbTransactionManager.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
+#include "KdDbDatabaseImpl.h"
 
-#include <tv/KdDbUndoJournal.h>
+#include "KdDbUndoJournal.h"
 
 // -- Undo journal --
 
@@ -13,12 +14,12 @@ void KdDbUndoJournal::recordChange(KdDbObject* obj) {
     if (m_levels.empty() || !obj || obj->isNewObject())
         return;
     uint32_t epoch = m_levels.back().epoch;
-    if (obj->journalEpoch() == epoch)
+    if (KdDbAccess::journalEpoch(obj) == epoch)
         return;
-    obj->setJournalEpoch(epoch);
+    KdDbAccess::setJournalEpoch(obj, epoch);
     Entry entry;
     entry.id = obj->objectId();
-    entry.state = obj->saveState();
+    entry.state = KdDbAccess::saveState(obj);
     m_entries.push_back(std::move(entry));
 }
 
@@ -26,7 +27,7 @@ void KdDbUndoJournal::recordCreated(KdDbObjectId id) {
     if (m_levels.empty())
         return;
     if (id.stub() && id.stub()->object)
-        id.stub()->object->setJournalEpoch(m_levels.back().epoch);
+        KdDbAccess::setJournalEpoch(id.stub()->object, m_levels.back().epoch);
     Entry entry;
     entry.id = id; // no state: undo erases the object
     m_entries.push_back(std::move(entry));
@@ -38,13 +39,13 @@ void KdDbUndoJournal::recordHeader() {
     m_headerEpoch = m_levels.back().epoch;
     Entry entry;
     entry.header = true;
-    entry.headerTags = m_db->impl().header;
-    entry.clayer = m_db->impl().clayer;
+    entry.headerTags = KdDbAccess::impl(m_db).header;
+    entry.clayer = KdDbAccess::impl(m_db).clayer;
     m_entries.push_back(std::move(entry));
 }
 
 size_t KdDbUndoJournal::pushLevel() {
-    m_levels.push_back({m_entries.size(), m_nextEpoch++, false, m_db->impl().maxHandle});
+    m_levels.push_back({m_entries.size(), m_nextEpoch++, false, KdDbAccess::impl(m_db).maxHandle});
     return m_entries.size();
 }
 
@@ -60,7 +61,7 @@ void KdDbUndoJournal::popLevel() {
 }
 
 void KdDbUndoJournal::rollbackTo(size_t position, uint64_t handleSeed) {
-    KdDbDatabaseImpl& impl = m_db->impl();
+    KdDbDatabaseImpl& impl = KdDbAccess::impl(m_db);
     while (m_entries.size() > position) {
         Entry entry = std::move(m_entries.back());
         m_entries.pop_back();
@@ -74,17 +75,17 @@ void KdDbUndoJournal::rollbackTo(size_t position, uint64_t handleSeed) {
         if (!obj)
             continue;
         if (entry.state) {
-            obj->restoreState(*entry.state);
+            KdDbAccess::restoreState(obj, *entry.state);
         } else {
             // Created inside the level: it disappears, and so does its handle, so that the
             // drawing is saved exactly as before.
-            obj->setErasedFlag(true);
+            KdDbAccess::setErasedFlag(obj, true);
             uint64_t h = entry.id.stub()->handle;
             auto it = impl.byHandle.find(h);
             if (h > handleSeed && it != impl.byHandle.end() && it->second == entry.id.stub())
                 impl.byHandle.erase(it);
         }
-        obj->setJournalEpoch(0);
+        KdDbAccess::setJournalEpoch(obj, 0);
     }
     // Handles past the seed are free again unless something still holds one.
     uint64_t highest = handleSeed;
@@ -92,7 +93,7 @@ void KdDbUndoJournal::rollbackTo(size_t position, uint64_t handleSeed) {
         if (h > highest && stub->object)
             highest = h;
     impl.maxHandle = highest;
-    m_db->invalidateIndexes();
+    KdDbAccess::invalidateIndexes(m_db);
 }
 
 void KdDbUndoJournal::rollbackLevel() {
@@ -103,7 +104,7 @@ void KdDbUndoJournal::rollbackLevel() {
 }
 
 void KdDbUndoJournal::putUndoMark() {
-    m_levels.push_back({m_entries.size(), m_nextEpoch++, true, m_db->impl().maxHandle});
+    m_levels.push_back({m_entries.size(), m_nextEpoch++, true, KdDbAccess::impl(m_db).maxHandle});
     m_marks.push_back(m_levels.size() - 1);
 }
 
@@ -150,7 +151,7 @@ Kdad::ErrorStatus KdDbTransaction::getObject(KdDbObject*& obj, KdDbObjectId id, 
         obj = o;
         return Kdad::eOk;
     }
-    Kdad::ErrorStatus es = o->openAs(mode);
+    Kdad::ErrorStatus es = KdDbAccess::openAs(o, mode);
     if (es != Kdad::eOk)
         return es;
     m_opened.push_back(id);
@@ -164,7 +165,7 @@ KdDbTransactionManager::~KdDbTransactionManager() = default;
 KdDbTransaction* KdDbTransactionManager::startTransaction() {
     auto tr = std::unique_ptr<KdDbTransaction>(
         new KdDbTransaction(m_db, static_cast<int>(m_stack.size()) + 1));
-    tr->m_journalStart = m_db->undoJournal().pushLevel();
+    tr->m_journalStart = KdDbAccess::undoJournal(m_db).pushLevel();
     m_stack.push_back(std::move(tr));
     return m_stack.back().get();
 }
@@ -180,7 +181,7 @@ Kdad::ErrorStatus KdDbTransactionManager::endTransaction() {
     if (m_stack.empty())
         return Kdad::eNoActiveTransactions;
     closeOpened(*m_stack.back());
-    m_db->undoJournal().popLevel();
+    KdDbAccess::undoJournal(m_db).popLevel();
     m_stack.pop_back();
     return Kdad::eOk;
 }
@@ -189,7 +190,7 @@ Kdad::ErrorStatus KdDbTransactionManager::abortTransaction() {
     if (m_stack.empty())
         return Kdad::eNoActiveTransactions;
     closeOpened(*m_stack.back());
-    m_db->undoJournal().rollbackLevel();
+    KdDbAccess::undoJournal(m_db).rollbackLevel();
     m_stack.pop_back();
     return Kdad::eOk;
 }
@@ -214,7 +215,7 @@ Kdad::ErrorStatus KdDbTransactionManager::addNewlyCreatedKdDbObject(KdDbObject* 
     if (add) {
         // The transaction closes it when it ends; creation is already in the journal.
         if (!obj->isReadEnabled())
-            obj->openAs(KdDb::kForWrite);
+            KdDbAccess::openAs(obj, KdDb::kForWrite);
         m_stack.back()->m_opened.push_back(obj->objectId());
     }
     return Kdad::eOk;

@@ -1,9 +1,10 @@
 // Paper-space viewports: number, status and the list of layers frozen in the viewport.
 #include <tv/KdDbViewport.h>
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "db/KdDbTagConvert.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "KdDbTagConvert.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbLayerTableRecord.h>
 
@@ -122,8 +123,8 @@ Kdad::ErrorStatus KdDbViewport::freezeLayersInViewport(const std::vector<KdDbObj
     for (const std::string& h : kept) {
         uint64_t v = 0;
         tvdxf::parseHandle(h, v);
-        KdDbStub* stub = database()->impl().stubOf(v);
-        all.push_back(stub ? KdDbObjectId(stub) : KdDbObjectId(database()->impl().newStub(v)));
+        KdDbStub* stub = KdDbAccess::impl(database()).stubOf(v);
+        all.push_back(stub ? KdDbObjectId(stub) : KdDbObjectId(KdDbAccess::impl(database()).newStub(v)));
     }
     all.insert(all.end(), list.begin(), list.end());
     writeFrozenList(all);
@@ -149,8 +150,8 @@ Kdad::ErrorStatus KdDbViewport::thawLayersInViewport(const std::vector<KdDbObjec
             changed = true;
             continue;
         }
-        KdDbStub* stub = database()->impl().stubOf(h);
-        keep.push_back(stub ? KdDbObjectId(stub) : KdDbObjectId(database()->impl().newStub(h)));
+        KdDbStub* stub = KdDbAccess::impl(database()).stubOf(h);
+        keep.push_back(stub ? KdDbObjectId(stub) : KdDbObjectId(KdDbAccess::impl(database()).newStub(h)));
     }
     if (changed)
         writeFrozenList(keep);

@@ -1,7 +1,8 @@
 // Xrecords: their data as result-buffer lists.
 #include <tv/KdDbXrecord.h>
 
-#include "db/KdDbTagConvert.h"
+#include "KdDbAccess.h"
+#include "KdDbTagConvert.h"
 
 namespace {
 constexpr std::string_view kMarker = "AcDbXrecord";
@@ -11,7 +12,7 @@ KdDbXrecord::KdDbXrecord() : KdDbObject("XRECORD") {
     std::vector<KdDbTag> tags;
     tags.push_back(makeTag(100, kMarker));
     tags.push_back(makeTag(280, "1"));
-    setTags(std::move(tags));
+    KdDbAccess::setTags(this, std::move(tags));
 }
 
 KdDbXrecord::~KdDbXrecord() = default;

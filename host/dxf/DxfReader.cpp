@@ -1,11 +1,11 @@
 // Reads DXF text into a database: sections, tables, blocks, entities and objects, keeping every
 // tag; repairs missing and duplicate handles and reports them.
-#include "dxf/DxfDocument.h"
+#include "DxfDocument.h"
+#include "KdDbAccess.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "db/KdDbTagConvert.h"
-#include "dxf/DxfTokenizer.h"
-#include "dxf/DxfUpgrade.h"
+#include "KdDbDatabaseImpl.h"
+#include "DxfTokenizer.h"
+#include "DxfUpgrade.h"
 
 #include <tv/KdDbBlockTableRecord.h>
 #include <tv/KdDbEntity.h>
@@ -174,8 +174,8 @@ private:
                            bool isEntity = false) {
         std::string_view type = trimmed(m_tags[i].value());
         std::unique_ptr<KdDbObject> obj = kdCreateObjectOfType(type, inTables, tableName, isEntity);
-        obj->setTypeName(type);
-        obj->setBorrowedTags(m_tags.data() + i + 1, static_cast<uint32_t>(end - i - 1));
+        KdDbAccess::setTypeName(obj.get(), type);
+        KdDbAccess::setBorrowedTags(obj.get(), m_tags.data() + i + 1, static_cast<uint32_t>(end - i - 1));
         uint64_t handle = 0;
         int at = handleIndex(std::span<const KdDbTag>(m_tags.data() + i + 1, end - i - 1), type);
         bool hasHandle = at >= 0 &&
@@ -185,11 +185,11 @@ private:
         if (hasHandle && !m_impl.stubOf(handle)) {
             KdDbStub* stub = m_impl.newStub(handle);
             stub->object = raw;
-            raw->attach(stub);
+            KdDbAccess::attach(raw, stub);
         } else {
             if (hasHandle)
                 m_impl.warnings.push_back("line " + std::to_string(lineOfTag(i)) +
-                                          ": duplicate handle " + tvdb::formatHandle(handle) +
+                                          ": duplicate handle " + tvdxf::formatHandle(handle) +
                                           " of " + std::string(type) +
                                           "; the record gets a new handle");
             else if (m_impl.version > KdDb::kDHL_1009 && type != "CLASS")
@@ -358,11 +358,11 @@ private:
         }
         // No block record (R12): keep a record of our own that is not part of any table.
         auto btr = std::make_unique<KdDbBlockTableRecord>();
-        btr->setTypeName("BLOCK_RECORD");
+        KdDbAccess::setTypeName(btr.get(), "BLOCK_RECORD");
         KdDbBlockTableRecord* raw = btr.get();
         KdDbStub* stub = m_impl.newStub(m_impl.nextHandle());
         stub->object = raw;
-        raw->attach(stub);
+        KdDbAccess::attach(raw, stub);
         m_impl.objects.push_back(std::move(btr));
         std::string encoded = m_impl.codec->encode(name);
         std::vector<KdDbTag> tags;
@@ -373,10 +373,10 @@ private:
         };
         add(2, encoded);
         add(70, "0");
-        raw->setBorrowedTags(nullptr, 0);
-        raw->setTags(std::move(tags));
+        KdDbAccess::setBorrowedTags(raw, nullptr, 0);
+        KdDbAccess::setTags(raw, std::move(tags));
         raw->loadName();
-        raw->setModifiedFlag(false);
+        KdDbAccess::setModifiedFlag(raw, false);
         m_syntheticBlocks.push_back(raw);
         return raw;
     }
@@ -385,7 +385,7 @@ private:
         uint64_t handle = m_impl.nextHandle();
         KdDbStub* stub = m_impl.newStub(handle);
         stub->object = obj;
-        obj->attach(stub);
+        KdDbAccess::attach(obj, stub);
         if (obj->dxfName() == "CLASS")
             return;
         std::string hex;
@@ -401,7 +401,7 @@ private:
             tags[static_cast<size_t>(at)] = tag;
         else
             tags.insert(tags.begin() + (obj->dxfName() == "TABLE" && !tags.empty() ? 1 : 0), tag);
-        obj->setTags(std::move(tags));
+        KdDbAccess::setTags(obj, std::move(tags));
     }
 
     void checkOwners() {

@@ -1,5 +1,5 @@
 // The DXF text of a new, empty drawing (R2018, model space and one layout).
-#include "dxf/DxfDocument.h"
+#include "DxfDocument.h"
 
 namespace tvdxf {
 

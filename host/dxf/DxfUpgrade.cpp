@@ -1,9 +1,8 @@
 // Turns an R12 drawing's tags into R2000 DXF text.
-#include "dxf/DxfUpgrade.h"
+#include "DxfUpgrade.h"
 
-#include "db/KdDbTagConvert.h"
-#include "dxf/DxfDocument.h"
-#include "dxf/DxfTokenizer.h"
+#include "DxfDocument.h"
+#include "DxfTokenizer.h"
 
 #include <algorithm>
 #include <charconv>
@@ -80,7 +79,7 @@ public:
         }
         tag(0, "EOF");
         // The handle seed is known only now: patch it into the header.
-        std::string seed = tvdb::formatHandle(m_seed);
+        std::string seed = tvdxf::formatHandle(m_seed);
         size_t at = m_out.find(kSeedMark);
         if (at != std::string::npos)
             m_out.replace(at, kSeedMark.size(), seed);
@@ -91,7 +90,7 @@ private:
     static constexpr std::string_view kSeedMark = "@HANDSEED@";
 
     void tag(int code, std::string_view value) { appendTag(m_out, code, value); }
-    std::string newHandle() { return tvdb::formatHandle(m_seed++); }
+    std::string newHandle() { return tvdxf::formatHandle(m_seed++); }
 
     // Handle of a record: its own when it has one, a new one otherwise.
     std::string handleOf(Tags t, int code = 5) {
@@ -99,7 +98,7 @@ private:
             uint64_t h = 0;
             if (t[i].code == code && parseHandle(t[i].value(), h) && h != 0 &&
                 m_usedHandles.insert(h).second)
-                return tvdb::formatHandle(h);
+                return tvdxf::formatHandle(h);
         }
         return newHandle();
     }

@@ -1,10 +1,9 @@
 // Writes a database as DXF text: every object's tags as they are kept, with the values the
 // database owns (handle seed, current layer, entity layer names) brought up to date.
-#include "dxf/DxfDocument.h"
+#include "DxfDocument.h"
 
-#include "db/KdDbDatabaseImpl.h"
-#include "db/KdDbTagConvert.h"
-#include "dxf/DxfTokenizer.h"
+#include "KdDbDatabaseImpl.h"
+#include "DxfTokenizer.h"
 
 #include <tv/KdDbBlockTableRecord.h>
 #include <tv/KdDbEntity.h>
@@ -141,7 +140,7 @@ public:
             see(e);
         for (const KdDbObjectId& o : m_impl.objectsSection)
             see(o);
-        return tvdb::formatHandle(top + 1);
+        return tvdxf::formatHandle(top + 1);
     }
 
     bool write(KdDb::DwgVersion version) {

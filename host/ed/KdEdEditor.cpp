@@ -1,5 +1,6 @@
 // The editor session: current drawing, output, keyword prompts, picks and display requests.
 #include "KdEdSession.h"
+#include "KdDbAccess.h"
 
 #include "KdEdPick.h"
 
@@ -8,7 +9,7 @@
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbEntity.h"
 #include "tv/KdDbHostApplicationServices.h"
-#include "tv/KdDbUndoJournal.h"
+#include "KdDbUndoJournal.h"
 #include "tv/KdDbViewport.h"
 #include "tv/KdEdEditor.h"
 #include "tv/KdUtf8.h"
@@ -556,22 +557,22 @@ void kdedSetUseCurrentFilterFlag(bool use) {
 
 void KdEdUndoController::putUndoMark() {
     if (m_db)
-        m_db->undoJournal().putUndoMark();
+        KdDbAccess::undoJournal(m_db).putUndoMark();
 }
 
 bool KdEdUndoController::undoInCommand(int count, int flag) {
     (void)flag;
-    if (!m_db || !m_db->undoJournal().hasUndoMark())
+    if (!m_db || !KdDbAccess::undoJournal(m_db).hasUndoMark())
         return false;
     const int marks = count < 1 ? 1 : count;
     bool any = false;
-    for (int i = 0; i < marks && m_db->undoJournal().hasUndoMark(); ++i)
-        any = m_db->undoJournal().undoToLastMark() || any;
+    for (int i = 0; i < marks && KdDbAccess::undoJournal(m_db).hasUndoMark(); ++i)
+        any = KdDbAccess::undoJournal(m_db).undoToLastMark() || any;
     return any;
 }
 
 bool KdEdUndoController::hasUndoMark() const {
-    return m_db && m_db->undoJournal().hasUndoMark();
+    return m_db && KdDbAccess::undoJournal(m_db).hasUndoMark();
 }
 
 KdEdUndoController* curDocUndoController() {

@@ -1,7 +1,7 @@
 // The Host application services and the layout manager of the working drawing.
 #include "tv/KdDbHostApplicationServices.h"
 
-#include "ed/KdEdSession.h"
+#include "KdEdSession.h"
 
 #include "tv/KdDbBlockTableRecord.h"
 #include "tv/KdDbDatabase.h"

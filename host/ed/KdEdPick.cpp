@@ -3,7 +3,7 @@
 #include "KdEdPick.h"
 
 #include "KdEdSession.h"
-#include "dxf/DxfTokenizer.h"
+#include "DxfTokenizer.h"
 
 #include "tv/KdDbBlockTableRecord.h"
 #include "tv/KdDbDatabase.h"

@@ -1,8 +1,8 @@
 // Parsing of layer filter expressions (recursive descent, AND over OR) and their evaluation
 // against layer records.
-#include "ly/KdLyFilterExpression.h"
+#include "KdLyFilterExpression.h"
 
-#include "ly/KdLyFilterContext.h"
+#include "KdLyFilterContext.h"
 
 #include <tv/KdCmColor.h>
 #include <tv/KdDbLayerTableRecord.h>

@@ -1,5 +1,5 @@
 // Conversion between filter xrecord data and filter records, for both stored forms.
-#include "ly/KdLyFilterRecord.h"
+#include "KdLyFilterRecord.h"
 
 #include <tv/KdDbAds.h>
 #include <tv/KdLyLayerFilter.h>

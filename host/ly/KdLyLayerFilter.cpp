@@ -1,7 +1,7 @@
 // Property and group filters: names, nesting rules, expressions and the per-layer test.
 #include <tv/KdLyLayerFilter.h>
 
-#include "ly/KdLyFilterExpression.h"
+#include "KdLyFilterExpression.h"
 
 #include <tv/KdDbLayerTableRecord.h>
 #include <tv/KdDbSymbolTableRecord.h>

@@ -2,8 +2,8 @@
 // table's extension dictionary.
 #include <tv/KdLyLayerFilterManager.h>
 
-#include "ly/KdLyFilterContext.h"
-#include "ly/KdLyFilterRecord.h"
+#include "KdLyFilterContext.h"
+#include "KdLyFilterRecord.h"
 
 #include <tv/KdDbDatabase.h>
 #include <tv/KdDbDictionary.h>

@@ -3,6 +3,8 @@
 
 #include "tv/KdUtf8.h"
 
+#include <exception>
+
 #include <algorithm>
 
 KDRX_DEFINE_MEMBERS(KdEdCommandStack, KdRxObject)
@@ -139,4 +141,44 @@ std::vector<const KdEdCommand*> KdEdCommandStack::commands(const wchar_t* group)
             result.push_back(&cmd);
     }
     return result;
+}
+
+namespace {
+
+template <typename Call> bool callGuarded(Call call, std::string* failure) {
+    try {
+        call();
+        return true;
+    } catch (const std::exception& e) {
+        if (failure)
+            *failure = e.what();
+    } catch (...) {
+        if (failure)
+            *failure = "an exception that is not a standard one";
+    }
+    return false;
+}
+
+} // namespace
+
+bool kdrxCallGuarded(void (*fn)(), std::string* failure) {
+    if (!fn) {
+        if (failure)
+            *failure = "no function";
+        return false;
+    }
+    return callGuarded([fn] { fn(); }, failure);
+}
+
+bool kdrxCallGuarded(int (*fn)(), int& result, std::string* failure) {
+    if (!fn) {
+        if (failure)
+            *failure = "no function";
+        return false;
+    }
+    int answer = 0;
+    if (!callGuarded([fn, &answer] { answer = fn(); }, failure))
+        return false;
+    result = answer;
+    return true;
 }

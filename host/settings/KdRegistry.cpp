@@ -1,7 +1,7 @@
 // The Windows-style registry calls over the process-wide settings store.
 #include <tv/KdRegistry.h>
 
-#include "settings/KdRegistryStore.h"
+#include "KdRegistryStore.h"
 
 #include <cstring>
 

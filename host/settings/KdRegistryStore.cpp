@@ -1,8 +1,8 @@
 // The registry key tree and the process-wide store that loads and saves it.
-#include "settings/KdRegistryStore.h"
+#include "KdRegistryStore.h"
 #include "tv/KdFiles.h"
 
-#include "settings/KdSettingsFile.h"
+#include "KdSettingsFile.h"
 
 #include <tv/KdUtf8.h>
 
@@ -99,6 +99,9 @@ bool Node::removeValue(std::wstring_view name) {
 // -- The store --
 
 namespace {
+
+// Settings are the user's own: a new settings file is readable by its owner only.
+constexpr unsigned kPrivateFileMode = 0600;
 
 /// Settings files are small; anything this large is not one of ours.
 constexpr size_t kMaxFileBytes = 16u << 20;
@@ -217,7 +220,7 @@ bool Store::keepRejectedFile() {
         warn(path + ": cannot keep the unreadable file aside; settings are not saved");
         return false;
     }
-    if (!kdWriteFileAtomically(target.c_str(), m_rejectedBytes, &error, true)) {
+    if (!kdWriteFileAtomically(target.c_str(), m_rejectedBytes, &error, true, kPrivateFileMode)) {
         warn(error + "; settings are not saved");
         return false;
     }
@@ -236,7 +239,8 @@ void Store::save() {
         m_rejectedBytes.clear();
     }
     std::string error;
-    if (!kdWriteFileAtomically(path.c_str(), formatSettings(root()), &error, true))
+    if (!kdWriteFileAtomically(path.c_str(), formatSettings(root()), &error, true,
+                               kPrivateFileMode))
         warn(error + "; the change is kept for this session only");
 }
 

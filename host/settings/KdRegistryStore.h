@@ -1,7 +1,7 @@
 // The process-wide registry store: the key tree, its settings file and the open handles.
 #pragma once
 
-#include "settings/KdRegistryTree.h"
+#include "KdRegistryTree.h"
 
 #include <memory>
 #include <mutex>

@@ -1,5 +1,5 @@
 // The settings file: text format, parser, whole-file reading and atomic replacement.
-#include "settings/KdSettingsFile.h"
+#include "KdSettingsFile.h"
 
 #include <tv/KdUtf8.h>
 

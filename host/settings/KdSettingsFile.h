@@ -1,7 +1,7 @@
 // The text form of the settings file, and reading and atomic writing of whole files.
 #pragma once
 
-#include "settings/KdRegistryTree.h"
+#include "KdRegistryTree.h"
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,8 @@
 // KdConsoleUi: prompts written as text and answered line by line.
-#include "ui/KdConsoleUi.h"
+#include "KdConsoleUi.h"
 
 #include "tv/KdUtf8.h"
-#include "ui/KdUiText.h"
+#include "KdUiText.h"
 
 #include <filesystem>
 #include <system_error>

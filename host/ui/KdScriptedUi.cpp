@@ -2,7 +2,7 @@
 #include "tv/KdScriptedUi.h"
 
 #include "tv/KdUtf8.h"
-#include "ui/KdUiText.h"
+#include "KdUiText.h"
 
 #include <utility>
 

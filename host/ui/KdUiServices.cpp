@@ -6,7 +6,7 @@
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbSymbolTableRecord.h"
 #include "tv/KdUtf8.h"
-#include "ui/KdUiText.h"
+#include "KdUiText.h"
 
 #include <algorithm>
 #include <cctype>

@@ -31,12 +31,14 @@ struct CommandRow {
     KdRxFunctionPtr handler;
 };
 
-// Registered in this order; only LAYER may run inside another command.
+// Registered in this order; only LAYER may run inside another command. -LAYERSTATE is the
+// command-line form of the layer-state commands, for scripts and batch work.
 const CommandRow kCommands[] = {
     {L"LAYERSTATE", 6120, KDRX_CMD_MODAL, &layerStateManager},
     {L"LAYERSTATESAVE", 6121, KDRX_CMD_MODAL, &layerStateSave},
     {L"LAYFRZ", 6122, KDRX_CMD_MODAL, &layerFreeze},
     {L"LAYER", 6123, KDRX_CMD_TRANSPARENT, &layerDialog},
+    {L"-LAYERSTATE", 6127, KDRX_CMD_MODAL, &layerStateCommandLine},
 };
 
 KdEdCommandStack* commandStack() {
@@ -171,6 +173,13 @@ void layerStateSave() {
 }
 
 void layerStateManager() {
+    guardedVoid([] {
+        tv::layerStateCommandLine();
+        kdedRetVoid();
+    });
+}
+
+void layerStateCommandLine() {
     guardedVoid([] {
         tv::layerStateCommandLine();
         kdedRetVoid();

@@ -24,6 +24,7 @@ int hostApiVersion();
 void layerDialog();
 void layerStateSave();
 void layerStateManager();
+void layerStateCommandLine();
 void layerFreeze();
 /// Isolation record and un-isolation; the un-isolations answer 1 when they restored, else 0.
 void layIso();

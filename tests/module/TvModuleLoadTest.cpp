@@ -88,10 +88,11 @@ TEST_F(LayerManagerModule, LoadRegistersServicesAndCommandGroupInOrder) {
     EXPECT_FALSE(linker->isApplicationLocked("TvLayerManager.krx"));
 
     const auto cmds = kdedCommandStack()->commands(L"TVLAYERAPPS");
-    ASSERT_EQ(cmds.size(), 4u);
-    const wchar_t* globals[] = {L"LAYERSTATE", L"LAYERSTATESAVE", L"LAYFRZ", L"LAYER"};
-    const unsigned ids[] = {6120, 6121, 6122, 6123};
-    for (size_t i = 0; i < 4; ++i) {
+    ASSERT_EQ(cmds.size(), 5u);
+    const wchar_t* globals[] = {L"LAYERSTATE", L"LAYERSTATESAVE", L"LAYFRZ", L"LAYER",
+                                L"-LAYERSTATE"};
+    const unsigned ids[] = {6120, 6121, 6122, 6123, 6127};
+    for (size_t i = 0; i < 5; ++i) {
         SCOPED_TRACE(i);
         EXPECT_EQ(cmds[i]->group, L"TVLAYERAPPS");
         EXPECT_EQ(cmds[i]->globalName, globals[i]);
@@ -140,11 +141,11 @@ TEST_F(LayerManagerModule, ReloadRegistersTvLayerAppsOnlyWhenMissing) {
     load();
     EXPECT_EQ(kdrxLookupService(L"TvLayerApps"), existing);
     EXPECT_EQ(kdrxLookupService(L"LayerManager"), survivor);
-    EXPECT_EQ(kdedCommandStack()->commands(L"TVLAYERAPPS").size(), 4u);
+    EXPECT_EQ(kdedCommandStack()->commands(L"TVLAYERAPPS").size(), 5u);
 
     // Loading the same path again sends nothing and duplicates nothing.
     EXPECT_TRUE(linker->loadModule(kModule, false));
-    EXPECT_EQ(kdedCommandStack()->commands(L"TVLAYERAPPS").size(), 4u);
+    EXPECT_EQ(kdedCommandStack()->commands(L"TVLAYERAPPS").size(), 5u);
 }
 
 TEST_F(LayerManagerModule, CopyWithoutResourceLibraryFailsAndRegistersNothing) {
@@ -222,7 +223,7 @@ TEST(LayerManagerResources, StringTableAnswersKnownIdsOnly) {
         EXPECT_GT(std::wstring(fn(id)).size(), 0u) << id;
     }
     // Ids around and between entries, and the extremes, have no text.
-    for (unsigned id : {0u, 28u, 6119u, 6127u, 1868u, 0xFFFFFFFFu})
+    for (unsigned id : {0u, 28u, 6119u, 6128u, 1868u, 0xFFFFFFFFu})
         EXPECT_EQ(fn(id), nullptr) << id;
     EXPECT_EQ(std::wstring(fn(3158)), L"Color_%d");
     dlclose(lib);

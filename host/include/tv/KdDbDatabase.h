@@ -5,7 +5,6 @@
 #include "KdDbObject.h"
 #include "KdExport.h"
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,11 +15,17 @@ class KdDbLinetypeTable;
 class KdDbBlockTable;
 class KdDbDictionary;
 class KdDbTransactionManager;
-class KdDbUndoJournal;
 class KdDbLayerStateManager;
 struct KdDbDatabaseImpl;
 
 /// Why a DXF file could not be read: the message names the line and what was expected.
+/// How many live objects of one DXF record type a drawing holds.
+struct KdDbObjectCount {
+    std::string type; ///< "LINE", "LAYER", "DICTIONARY" ...
+    bool entity = false;
+    size_t count = 0;
+};
+
 struct KdDbReadError {
     std::string message;
     long long line = 0;
@@ -125,27 +130,21 @@ public:
     Kdad::ErrorStatus addKdDbObject(KdDbObjectId& id, KdDbObject* obj);
 
     KdDbTransactionManager* transactionManager() const;
-    KdDbUndoJournal& undoJournal() const;
+    /// The live (not erased) objects of the drawing counted by record type, in type order.
+    std::vector<KdDbObjectCount> countObjects() const;
 
     /// Registers an application name for extended data (APPID table); true when added.
     bool registerApp(const wchar_t* appName);
     bool isAppRegistered(const wchar_t* appName) const;
 
-    // -- Host internals --
-    KdDbDatabaseImpl& impl() const { return *m_impl; }
     /// Text in the drawing's encoding (code page or UTF-8; \U+ escapes where needed) and back.
     std::string encode(const std::wstring& text) const;
     std::wstring decode(std::string_view raw) const;
-    /// Copies `raw` into the database's string store; the view lives as long as the database.
-    std::string_view storeString(std::string_view raw);
-    /// Gives `obj` a handle and a slot; the database owns it from now on.
-    KdDbObjectId adopt(KdDbObject* obj);
-    /// Marks table name indexes stale after the journal restored states.
-    void invalidateIndexes();
-    /// All live objects, in handle order of creation (erased ones included).
-    void forEachObject(const std::function<void(KdDbObject*)>& fn) const;
 
 private:
+    friend struct KdDbAccess;
+    KdDbObjectId adopt(KdDbObject* obj);
+    void invalidateIndexes();
     std::unique_ptr<KdDbDatabaseImpl> m_impl;
 };
 

@@ -78,11 +78,6 @@ public:
         return m_own && m_own->active ? std::span<const KdDbTag>(m_own->tags)
                                       : std::span<const KdDbTag>(m_tagBegin, m_tagCount);
     }
-    /// Replaces all tags (the database's string store must own the values).
-    void setTags(std::vector<KdDbTag> tags);
-    /// Replaces all tags (extended data included) as one recorded change: needs a write open,
-    /// and subclasses refresh what they derive from their tags.
-    Kdad::ErrorStatus replaceTags(std::vector<KdDbTag> tags);
     /// True once the object was changed after it was read.
     bool isModified() const { return m_modified; }
 
@@ -98,27 +93,11 @@ public:
     bool hasTag(int code, int from = 0, int to = -1) const;
     long long tagInt(int code, long long dflt, int from = 0, int to = -1) const;
 
-    /// Called by the database when the object becomes part of it.
-    void attach(KdDbStub* stub) { m_stub = stub; }
-
-    // Undo journal support.
+protected:
+    // Undo journal support; subclasses save and restore what they derive from their tags.
     virtual std::unique_ptr<KdDbObjectState> saveState() const;
     virtual void restoreState(const KdDbObjectState& state);
-    uint32_t journalEpoch() const { return m_journalEpoch; }
-    void setJournalEpoch(uint32_t epoch) { m_journalEpoch = epoch; }
-    /// Marks a state restored by the journal as not modified again when it was read unmodified.
-    void setModifiedFlag(bool modified) { m_modified = modified; }
-    /// Database-level erase flag change that bypasses open checks (undo, load repair).
-    void setErasedFlag(bool erased) { m_erased = erased; }
-    /// Forces the open state back to closed (used when a transaction ends).
-    void resetOpenState() {
-        m_openReaders = 0;
-        m_openWrite = false;
-    }
-    /// Opens the object; see kddbOpenKdDbObject.
-    Kdad::ErrorStatus openAs(KdDb::OpenMode mode);
 
-protected:
     /// Checks the write open and records the object's state in the undo journal before its
     /// first change; eNotOpenForWrite when the object is not open for write.
     Kdad::ErrorStatus assertWriteEnabled();
@@ -142,6 +121,12 @@ protected:
 
 private:
     friend class KdDbDatabase;
+    friend struct KdDbAccess;
+    void setTags(std::vector<KdDbTag> tags);
+    Kdad::ErrorStatus replaceTags(std::vector<KdDbTag> tags);
+    void setBorrowedTags(const KdDbTag* begin, uint32_t count);
+    Kdad::ErrorStatus openAs(KdDb::OpenMode mode);
+
     KdDbStub* m_stub = nullptr;
     std::string_view m_type;
     const KdDbTag* m_tagBegin = nullptr;
@@ -161,17 +146,6 @@ private:
     bool m_erased = false;
     bool m_modified = false;
 
-public:
-    /// Points the object at tags it does not own (the reader's tag array); used by the reader.
-    void setBorrowedTags(const KdDbTag* begin, uint32_t count) {
-        m_tagBegin = begin;
-        m_tagCount = count;
-        if (m_own) {
-            m_own->active = false;
-            m_own->tags.clear();
-        }
-    }
-    void setTypeName(std::string_view type) { m_type = type; }
 };
 
 /// Saved state of an object for the undo journal; subclasses extend it.

@@ -20,6 +20,13 @@
 /// A command's handler.
 typedef void (*KdRxFunctionPtr)();
 
+/// Calls `fn`, a command handler or an exported function of a module, so that nothing it
+/// throws reaches the Host. Returns true when it returned normally; otherwise `failure` says
+/// what went wrong (the exception's text, or that it was not a standard exception).
+TVHOST_API bool kdrxCallGuarded(void (*fn)(), std::string* failure);
+/// The same for an exported function that answers an int; `result` is set only on success.
+TVHOST_API bool kdrxCallGuarded(int (*fn)(), int& result, std::string* failure);
+
 /// One registered command.
 struct TVHOST_API KdEdCommand {
     std::wstring group;

@@ -1,5 +1,5 @@
 // Round trips of real drawings through the DXF reader and writer, and saving to disk.
-#include "dxf/DxfTokenizer.h"
+#include "DxfTokenizer.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"

@@ -1,6 +1,7 @@
 // The Host's layer state manager: states written in the module's xrecord form are listed,
 // restored under a mask that changes exactly the masked properties, and deleted.
 #include "host/db/DrawingTestSupport.h"
+#include "KdDbAccess.h"
 
 #include "tv/KdDbAds.h"
 #include "tv/KdDbDictionary.h"
@@ -40,7 +41,7 @@ protected:
         DrawingFileTest::SetUp();
         if (IsSkipped() || HasFatalFailure())
             return;
-        m_db.forEachObject([this](KdDbObject* obj) {
+        KdDbAccess::forEachObject(&m_db, [this](KdDbObject* obj) {
             auto* vp = dynamic_cast<KdDbViewport*>(obj);
             if (vp && vp->number() > 1 && m_viewport.isNull())
                 m_viewport = vp->objectId();

@@ -1,5 +1,6 @@
 // Transactions on a real drawing: abort restores the text exactly, nesting, renamed layers.
-#include "dxf/DxfTokenizer.h"
+#include "DxfTokenizer.h"
+#include "KdDbAccess.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbDictionary.h"
 #include "tv/KdDbEntity.h"
@@ -29,7 +30,7 @@ protected:
     /// A paper-space viewport other than the sheet itself.
     KdDbObjectId someViewport() {
         KdDbObjectId found;
-        m_db.forEachObject([&found](KdDbObject* obj) {
+        KdDbAccess::forEachObject(&m_db, [&found](KdDbObject* obj) {
             auto* vp = dynamic_cast<KdDbViewport*>(obj);
             if (found.isNull() && vp && !vp->isErased() && vp->number() > 1)
                 found = vp->objectId();
@@ -214,7 +215,7 @@ TEST_F(TransactionTest, EntitiesFollowARenamedLayerAndGoBackOnAbort) {
     std::string err;
     ASSERT_EQ(reread.readDxfBuffer(renamed, &err), Kdad::eOk) << err;
     size_t bound = 0;
-    reread.forEachObject([&bound](KdDbObject* obj) {
+    KdDbAccess::forEachObject(&reread, [&bound](KdDbObject* obj) {
         auto* ent = dynamic_cast<KdDbEntity*>(obj);
         if (ent && ent->layer().str() == L"Walls" && !ent->layerId().isNull())
             ++bound;

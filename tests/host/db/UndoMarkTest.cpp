@@ -1,9 +1,10 @@
 // Undo marks: changes since a mark are undone exactly, marks nest, transactions inside a mark.
 #include "tv/KdDbDatabase.h"
+#include "KdDbAccess.h"
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbTransactionManager.h"
-#include "tv/KdDbUndoJournal.h"
+#include "KdDbUndoJournal.h"
 
 #include "host/db/DrawingTestSupport.h"
 
@@ -18,7 +19,7 @@ using tvtest::firstDifference;
 class UndoMarkTest : public tvtest::DrawingFileTest {
 protected:
     UndoMarkTest() : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf") {}
-    KdDbUndoJournal& journal() { return m_db.undoJournal(); }
+    KdDbUndoJournal& journal() { return KdDbAccess::undoJournal(&m_db); }
 };
 
 TEST_F(UndoMarkTest, UndoToMarkRestoresTheDrawingExactly) {

@@ -1,5 +1,5 @@
 // Layers frozen per viewport and per-viewport layer overrides, through save and reload.
-#include "dxf/DxfTokenizer.h"
+#include "DxfTokenizer.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbDictionary.h"
 #include "tv/KdDbLayerTableRecord.h"

@@ -1,6 +1,6 @@
 // Broken and suspicious DXF input: each must fail with a message naming the line, or load with
 // a warning, and a failed read must leave the database as it was.
-#include "dxf/DxfTokenizer.h"
+#include "DxfTokenizer.h"
 #include "tv/KdDbBlockTableRecord.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"

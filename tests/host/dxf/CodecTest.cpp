@@ -1,5 +1,5 @@
 // Text encodings of drawings: UTF-8, Windows code pages and the \U+XXXX escapes.
-#include "dxf/DxfCodec.h"
+#include "DxfCodec.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"

@@ -1,6 +1,7 @@
 // R12 drawings are held with the R2000 structure: block records, owners, layouts and the
 // viewports' frozen layers must come through, and the result must read back as it was saved.
 #include "tv/KdDbBlockTableRecord.h"
+#include "KdDbAccess.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbDictionary.h"
 #include "tv/KdDbEntity.h"
@@ -71,7 +72,7 @@ KdDbObject* objectOf(KdDbObjectId id) {
 
 std::map<std::string, int> entityTypes(const KdDbDatabase& db) {
     std::map<std::string, int> types;
-    db.forEachObject([&types](KdDbObject* obj) {
+    KdDbAccess::forEachObject(&db, [&types](KdDbObject* obj) {
         if (dynamic_cast<KdDbEntity*>(obj) && !obj->isErased())
             ++types[std::string(obj->dxfName())];
     });
@@ -114,7 +115,7 @@ TEST(R12Upgrade, DrawingGetsTheStructureOfR2000) {
 
     // The viewport's frozen layers become handles; a name without a layer is dropped.
     KdDbViewport* viewport = nullptr;
-    db.forEachObject([&viewport](KdDbObject* obj) {
+    KdDbAccess::forEachObject(&db, [&viewport](KdDbObject* obj) {
         if (auto* vp = dynamic_cast<KdDbViewport*>(obj))
             viewport = vp;
     });

@@ -1,5 +1,5 @@
 // Splitting DXF text into tags: line ends, blanks, byte-order mark, faults with their lines.
-#include "dxf/DxfTokenizer.h"
+#include "DxfTokenizer.h"
 #include "tv/KdDbBlockTableRecord.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbEntity.h"

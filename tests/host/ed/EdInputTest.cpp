@@ -1,6 +1,7 @@
 // Command-line input: script lines, keyword prompts with abbreviations and global forms, Enter
 // and cancel, nested picks through block references, misses, and printed output.
 #include "tv/KdDbAds.h"
+#include "KdDbAccess.h"
 #include "tv/KdDbBlockTableRecord.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbEntity.h"
@@ -189,11 +190,11 @@ protected:
                         std::vector<std::pair<int, std::string>> values) {
         std::vector<KdDbTag> tags;
         for (auto& [code, text] : values) {
-            std::string_view s = m_db.storeString(text);
+            std::string_view s = KdDbAccess::storeString(&m_db, text);
             tags.push_back(
                 KdDbTag{s.data(), static_cast<uint32_t>(s.size()), static_cast<int16_t>(code)});
         }
-        ent->setTags(std::move(tags));
+        KdDbAccess::setTags(ent, std::move(tags));
         KdDbObjectPointer<KdDbBlockTableRecord> owner(block, KdDb::kForWrite);
         KdDbObjectId id;
         EXPECT_TRUE(owner);

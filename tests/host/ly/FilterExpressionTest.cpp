@@ -1,6 +1,7 @@
 // Filter expressions against the layers of a real drawing: every field, AND over OR,
 // parentheses and blanks, quoted patterns, and the messages of malformed expressions.
 #include "tv/KdDbDatabase.h"
+#include "KdDbAccess.h"
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbViewport.h"
@@ -115,7 +116,7 @@ TEST(FilterViewportTest, ViewportFreezeFollowsTheManagersViewport) {
     ASSERT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
     // A viewport of the drawing that freezes some layer.
     KdDbObjectId vpId;
-    db.forEachObject([&](KdDbObject* obj) {
+    KdDbAccess::forEachObject(&db, [&](KdDbObject* obj) {
         auto* vp = dynamic_cast<KdDbViewport*>(obj);
         std::vector<KdDbObjectId> frozen;
         if (vpId.isNull() && vp && !vp->isErased() && vp->getFrozenLayerList(frozen) == Kdad::eOk &&

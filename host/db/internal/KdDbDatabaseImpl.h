@@ -2,12 +2,12 @@
 // map, the document's sections in order, and the well-known objects.
 #pragma once
 
-#include "dxf/DxfCodec.h"
+#include "DxfCodec.h"
 
 #include <tv/KdDbDatabase.h>
 #include <tv/KdDbLayerStateManager.h>
 #include <tv/KdDbTransactionManager.h>
-#include <tv/KdDbUndoJournal.h>
+#include "KdDbUndoJournal.h"
 
 #include <deque>
 #include <memory>

@@ -1,7 +1,7 @@
 // Code-page conversion of the Host, built on the drawing codec.
 #include "tv/KdCodePage.h"
 
-#include "dxf/DxfCodec.h"
+#include "DxfCodec.h"
 
 #include <iconv.h>
 

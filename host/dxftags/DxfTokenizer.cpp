@@ -1,5 +1,5 @@
 // Splits DXF text into tags without copying.
-#include "dxf/DxfTokenizer.h"
+#include "DxfTokenizer.h"
 
 #include <algorithm>
 #include <charconv>
@@ -134,6 +134,25 @@ TokenizeResult tokenize(std::string_view text, std::vector<KdDbTag>& tags) {
         tags.push_back(tag);
     }
     return result;
+}
+
+std::string formatReal(double v) {
+    char buf[64];
+    auto [p, ec] = std::to_chars(buf, buf + sizeof buf, v);
+    std::string s(buf, ec == std::errc() ? p : buf);
+    if (s.find_first_of(".eEn") == std::string::npos)
+        s += ".0";
+    return s;
+}
+
+std::string formatHandle(uint64_t h) {
+    char buf[24];
+    auto [p, ec] = std::to_chars(buf, buf + sizeof buf, h, 16);
+    std::string s(buf, p);
+    for (char& c : s)
+        if (c >= 'a' && c <= 'f')
+            c = static_cast<char>(c - 32);
+    return s;
 }
 
 } // namespace tvdxf

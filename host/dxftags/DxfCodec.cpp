@@ -1,7 +1,7 @@
 // Text conversion between a drawing's encoding and wide text.
-#include "dxf/DxfCodec.h"
+#include "DxfCodec.h"
 
-#include "dxf/DxfTokenizer.h"
+#include "DxfTokenizer.h"
 
 #include <iconv.h>
 

@@ -2,7 +2,7 @@
 // since an undo mark, restored by abort and by undo back to a mark.
 #pragma once
 
-#include "KdDbObject.h"
+#include <tv/KdDbObject.h>
 
 class TVHOST_API KdDbUndoJournal {
 public:

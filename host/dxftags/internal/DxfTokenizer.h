@@ -81,6 +81,11 @@ inline void appendTag(std::string& out, int code, std::string_view value) {
     out.push_back('\n');
 }
 
+/// Text of a real as DXF writes it (the shortest form that reads back the same value).
+std::string formatReal(double v);
+/// Hexadecimal handle text ("1F"), "0" for null.
+std::string formatHandle(uint64_t h);
+
 /// Case-insensitive comparison of ASCII text.
 bool equalsNoCase(std::string_view a, std::string_view b);
 
