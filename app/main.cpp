@@ -8,6 +8,7 @@
 
 #include <unistd.h>
 
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -40,6 +41,9 @@ std::vector<std::string> moduleFolders() {
 } // namespace
 
 int main(int argc, char** argv) {
+    // The locale comes from the environment, as in the window version once Qt starts; the Host's
+    // text conversions do not depend on it.
+    std::setlocale(LC_ALL, "");
     std::string script;
     std::string drawing;
     std::vector<std::string> modules;
