@@ -100,7 +100,7 @@ Kdad::ErrorStatus KdDbBlockTableRecord::appendKdDbEntity(KdDbObjectId& id, KdDbE
         KdDbObjectId layer = entity->layerId().isNull() ? db->clayer() : entity->layerId();
         KdDbObject* layerObj = layer.stub() ? layer.stub()->object : nullptr;
         add(8, layerObj ? layerObj->tagValue(2) : std::string_view("0"));
-        entity->bindLayer(layer.stub());
+        KdDbAccess::bindLayer(entity, layer.stub());
     }
     for (const KdDbTag& tag : t) {
         std::string_view s = KdDbAccess::storeString(db, tag.value());
@@ -116,7 +116,7 @@ Kdad::ErrorStatus KdDbBlockTableRecord::appendKdDbEntity(KdDbObjectId& id, KdDbE
             dynamic_cast<KdDbSymbolTable*>(tableId.stub() ? tableId.stub()->object : nullptr);
         KdDbObjectId layerId;
         if (table && table->getAt(name.c_str(), layerId) == Kdad::eOk)
-            entity->bindLayer(layerId.stub());
+            KdDbAccess::bindLayer(entity, layerId.stub());
     }
     m_entities.push_back(id);
     if (objectId() == db->modelSpaceId() || objectId() == paper)

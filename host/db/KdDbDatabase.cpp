@@ -181,7 +181,7 @@ void KdDbDatabaseImpl::bindEntityLayers() {
                 warnings.push_back("an entity names layer \"" + std::string(raw) +
                                    "\" that the layer table does not have");
         }
-        ent->bindLayer(lastLayer);
+        KdDbAccess::bindLayer(ent, lastLayer);
     }
 }
 
@@ -572,7 +572,7 @@ std::wstring KdDbDatabase::decode(std::string_view raw) const {
 void KdDbDatabase::invalidateIndexes() {
     for (const KdDbObjectId& id : m_impl->tables)
         if (auto* table = dynamic_cast<KdDbSymbolTable*>(objectOf(id)))
-            table->reindex();
+            KdDbAccess::reindex(table);
 }
 
 void kdad_free(void* p) {

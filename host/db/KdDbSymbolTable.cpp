@@ -216,9 +216,9 @@ Kdad::ErrorStatus KdDbSymbolTable::add(KdDbObjectId& id, KdDbSymbolTableRecord* 
         KdDbAccess::setTags(end, std::move(et));
         KdDbObjectId bid = KdDbAccess::adopt(db, begin);
         KdDbObjectId eid = KdDbAccess::adopt(db, end);
-        begin->bindLayer(db->layerZero().stub());
-        end->bindLayer(db->layerZero().stub());
-        btr->setBlockBeginEnd(bid, eid);
+        KdDbAccess::bindLayer(begin, db->layerZero().stub());
+        KdDbAccess::bindLayer(end, db->layerZero().stub());
+        KdDbAccess::setBlockBeginEnd(btr, bid, eid);
         KdDbAccess::impl(db).blockOrder.push_back(id);
     }
     return Kdad::eOk;

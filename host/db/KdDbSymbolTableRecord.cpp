@@ -1,5 +1,6 @@
 // Symbol table records: names under the Host's naming rule, dependency flags, linetypes.
 #include <tv/KdDbSymbolTableRecord.h>
+#include "KdDbAccess.h"
 
 #include "KdDbDatabaseImpl.h"
 #include "DxfTokenizer.h"
@@ -94,7 +95,7 @@ Kdad::ErrorStatus KdDbSymbolTableRecord::setName(const wchar_t* newName) {
     setField(subclassMarker(), kRecordOrder, 2, encode(name));
     m_name = name;
     if (table)
-        table->nameChanged(old, name, objectId());
+        KdDbAccess::nameChanged(table, old, name, objectId());
     return Kdad::eOk;
 }
 

@@ -297,7 +297,7 @@ private:
             if (!record)
                 continue;
             record->loadName();
-            table->appendLoadedRecord(record->objectId());
+            KdDbAccess::appendLoadedRecord(table, record->objectId());
         }
         m_impl.bindWellKnown();
 
@@ -306,9 +306,9 @@ private:
             m_impl.blockTable.stub() ? m_impl.blockTable.stub()->object : nullptr);
         for (Block& block : m_blocks) {
             KdDbBlockTableRecord* btr = blockRecordOf(block.begin, blockTable);
-            btr->setBlockBeginEnd(block.begin->objectId(), block.end->objectId());
+            KdDbAccess::setBlockBeginEnd(btr, block.begin->objectId(), block.end->objectId());
             for (KdDbObject* e : block.entities)
-                btr->appendLoadedEntity(e->objectId());
+                KdDbAccess::appendLoadedEntity(btr, e->objectId());
             m_impl.blockOrder.push_back(btr->objectId());
         }
         m_impl.bindWellKnown();
@@ -328,7 +328,7 @@ private:
                                    : nullptr;
             }
             if (btr) {
-                btr->appendLoadedEntity(e->objectId());
+                KdDbAccess::appendLoadedEntity(btr, e->objectId());
                 m_lastEntityBlock = btr;
             }
         }

@@ -136,6 +136,7 @@ private:
     int loadFrom(KdDbDatabase* db, bool convertLegacy);
     void convertLegacyStates();
     bool stripLegacyData();
+    int saveAll();
     int writeState(const CTvLayerState& state, const LayerArray& layers, void* dictName);
     void applyLayer(const CTvLayerStateInfo& info, uint32_t mask, bool colorBox, bool linetypeBox,
                     bool lineweightBox, bool plotStyleBox);

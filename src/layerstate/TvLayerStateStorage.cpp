@@ -13,6 +13,7 @@
 #include "tv/KdDbLayerStateManager.h"
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
+#include "tv/KdDbTransactionManager.h"
 #include "tv/KdEdEditor.h"
 
 #include <cwchar>
@@ -394,6 +395,20 @@ int CTvLayerStateManager::save() {
     if (!m_db)
         return 0;
     tv::CurrentDrawingScope scope(m_db);
+    // The whole rewrite is one transaction: a failure half-way gives the stored states back as
+    // they were instead of leaving some of them deleted.
+    KdDbTransactionManager* transactions = m_db->transactionManager();
+    if (!transactions || !transactions->startTransaction())
+        return 0;
+    const int ok = saveAll();
+    if (ok)
+        transactions->endTransaction();
+    else
+        transactions->abortTransaction();
+    return ok;
+}
+
+int CTvLayerStateManager::saveAll() {
     stripLegacyData();
     kd_name dict;
     if (!statesDictionary(m_db, dict))

@@ -5,8 +5,11 @@
 #include "KdDbDatabaseImpl.h"
 #include "KdDbUndoJournal.h"
 
+#include <tv/KdDbBlockTableRecord.h>
 #include <tv/KdDbDatabase.h>
+#include <tv/KdDbEntity.h>
 #include <tv/KdDbObject.h>
+#include <tv/KdDbSymbolTable.h>
 
 #include <functional>
 #include <memory>
@@ -62,5 +65,24 @@ struct KdDbAccess {
     /// Opens the object without going through its id; see kddbOpenKdDbObject.
     static Kdad::ErrorStatus openAs(KdDbObject* obj, KdDb::OpenMode mode) {
         return obj->openAs(mode);
+    }
+
+    // -- Links the reader makes and the database keeps --
+    static void bindLayer(KdDbEntity* entity, KdDbStub* layer) { entity->m_layer = layer; }
+    static void setBlockBeginEnd(KdDbBlockTableRecord* btr, KdDbObjectId begin,
+                                 KdDbObjectId end) {
+        btr->m_begin = begin;
+        btr->m_end = end;
+    }
+    static void appendLoadedEntity(KdDbBlockTableRecord* btr, KdDbObjectId id) {
+        btr->m_entities.push_back(id);
+    }
+    static void appendLoadedRecord(KdDbSymbolTable* table, KdDbObjectId id) {
+        table->appendLoadedRecord(id);
+    }
+    static void reindex(KdDbSymbolTable* table) { table->reindex(); }
+    static void nameChanged(KdDbSymbolTable* table, const std::wstring& oldName,
+                            const std::wstring& newName, KdDbObjectId id) {
+        table->nameChanged(oldName, newName, id);
     }
 };

@@ -26,18 +26,16 @@ public:
     /// Number of entities that are not erased.
     size_t entityCount() const;
 
-    // -- Host internals --
+    /// The block's BLOCK and ENDBLK entities.
     KdDbObjectId blockBeginId() const { return m_begin; }
     KdDbObjectId blockEndId() const { return m_end; }
-    void setBlockBeginEnd(KdDbObjectId begin, KdDbObjectId end) {
-        m_begin = begin;
-        m_end = end;
-    }
-    void appendLoadedEntity(KdDbObjectId id) { m_entities.push_back(id); }
+
+protected:
     std::unique_ptr<KdDbObjectState> saveState() const override;
     void restoreState(const KdDbObjectState& state) override;
 
 private:
+    friend struct KdDbAccess;
     KdDbObjectId m_begin;
     KdDbObjectId m_end;
     std::vector<KdDbObjectId> m_entities;

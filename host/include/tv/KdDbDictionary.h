@@ -57,8 +57,10 @@ public:
     bool isTreatElementsAsHard() const;
     Kdad::ErrorStatus setTreatElementsAsHard(bool hard);
 
-    // -- Host internals --
+    /// The entries in the order they are stored.
     const std::vector<KdDbDictionaryEntry>& entries() const;
+
+protected:
     std::unique_ptr<KdDbObjectState> saveState() const override;
     void restoreState(const KdDbObjectState& state) override;
 

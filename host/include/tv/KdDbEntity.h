@@ -26,13 +26,15 @@ public:
     /// True for entities in paper space (group 67 = 1).
     bool isInPaperSpace() const;
 
-    // -- Host internals --
-    void bindLayer(KdDbStub* layer) { m_layer = layer; }
+    /// The slot of the entity's layer (null when its layer is unknown); layerId() in short.
     KdDbStub* boundLayer() const { return m_layer; }
+
+protected:
     std::unique_ptr<KdDbObjectState> saveState() const override;
     void restoreState(const KdDbObjectState& state) override;
 
 private:
+    friend struct KdDbAccess;
     KdDbStub* m_layer = nullptr;
 };
 

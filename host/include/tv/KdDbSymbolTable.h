@@ -63,19 +63,21 @@ public:
     /// Number of records not erased.
     size_t count() const;
 
-    // -- Host internals --
+    /// The records in table order, erased ones included.
     const std::vector<KdDbObjectId>& recordIds() const { return m_records; }
-    void appendLoadedRecord(KdDbObjectId id);
-    /// Keeps the name index up to date when a record's name changes or it is (un)erased.
-    void reindex();
-    void nameChanged(const std::wstring& oldName, const std::wstring& newName, KdDbObjectId id);
+
+protected:
     /// The record class this table holds (layers for "LAYER").
     virtual bool acceptsRecord(const KdDbSymbolTableRecord* rec) const;
-
     std::unique_ptr<KdDbObjectState> saveState() const override;
     void restoreState(const KdDbObjectState& state) override;
 
 private:
+    friend struct KdDbAccess;
+    void appendLoadedRecord(KdDbObjectId id);
+    /// Keeps the name index up to date when a record's name changes or it is (un)erased.
+    void reindex();
+    void nameChanged(const std::wstring& oldName, const std::wstring& newName, KdDbObjectId id);
     void ensureIndex() const;
     std::string m_tableName;
     std::vector<KdDbObjectId> m_records;
