@@ -126,10 +126,7 @@ Kdad::ErrorStatus KdDbBlockTableRecord::appendKdDbEntity(KdDbObjectId& id, KdDbE
 
 std::unique_ptr<KdDbObjectState> KdDbBlockTableRecord::saveState() const {
     auto state = std::make_unique<KdDbBlockState>();
-    auto base = KdDbSymbolTableRecord::saveState();
-    state->tags = std::move(base->tags);
-    state->erased = base->erased;
-    state->modified = base->modified;
+    saveStateInto(*state);
     state->entities = m_entities;
     return state;
 }

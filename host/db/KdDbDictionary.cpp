@@ -275,10 +275,6 @@ Kdad::ErrorStatus KdDbDictionary::setTreatElementsAsHard(bool hard) {
     return Kdad::eOk;
 }
 
-std::unique_ptr<KdDbObjectState> KdDbDictionary::saveState() const {
-    return KdDbObject::saveState();
-}
-
 void KdDbDictionary::restoreState(const KdDbObjectState& state) {
     KdDbObject::restoreState(state);
     m_parsed = false;

@@ -94,10 +94,7 @@ bool KdDbEntity::isInPaperSpace() const {
 
 std::unique_ptr<KdDbObjectState> KdDbEntity::saveState() const {
     auto state = std::make_unique<KdDbEntityState>();
-    auto base = KdDbObject::saveState();
-    state->tags = std::move(base->tags);
-    state->erased = base->erased;
-    state->modified = base->modified;
+    saveStateInto(*state);
     state->layer = m_layer;
     return state;
 }

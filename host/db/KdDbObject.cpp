@@ -523,12 +523,16 @@ Kdad::ErrorStatus KdDbObject::setXData(const resbuf* xdata) {
 
 // -- Undo journal --
 
+void KdDbObject::saveStateInto(KdDbObjectState& state) const {
+    auto t = tags();
+    state.tags.assign(t.begin(), t.end());
+    state.erased = m_erased;
+    state.modified = m_modified;
+}
+
 std::unique_ptr<KdDbObjectState> KdDbObject::saveState() const {
     auto state = std::make_unique<KdDbObjectState>();
-    auto t = tags();
-    state->tags.assign(t.begin(), t.end());
-    state->erased = m_erased;
-    state->modified = m_modified;
+    saveStateInto(*state);
     return state;
 }
 

@@ -251,10 +251,7 @@ void KdDbSymbolTable::appendLoadedRecord(KdDbObjectId id) {
 
 std::unique_ptr<KdDbObjectState> KdDbSymbolTable::saveState() const {
     auto state = std::make_unique<KdDbSymbolTableState>();
-    auto base = KdDbObject::saveState();
-    state->tags = std::move(base->tags);
-    state->erased = base->erased;
-    state->modified = base->modified;
+    saveStateInto(*state);
     state->records = m_records;
     return state;
 }

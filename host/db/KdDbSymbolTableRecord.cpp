@@ -118,10 +118,6 @@ bool KdDbSymbolTableRecord::isResolved() const {
     return (flags() & 32) != 0;
 }
 
-std::unique_ptr<KdDbObjectState> KdDbSymbolTableRecord::saveState() const {
-    return KdDbObject::saveState();
-}
-
 void KdDbSymbolTableRecord::restoreState(const KdDbObjectState& state) {
     KdDbObject::restoreState(state);
     loadName();

@@ -296,7 +296,7 @@ private:
             auto* record = dynamic_cast<KdDbSymbolTableRecord*>(rec);
             if (!record)
                 continue;
-            record->loadName();
+            KdDbAccess::loadName(record);
             KdDbAccess::appendLoadedRecord(table, record->objectId());
         }
         m_impl.bindWellKnown();
@@ -375,7 +375,7 @@ private:
         add(70, "0");
         KdDbAccess::setBorrowedTags(raw, nullptr, 0);
         KdDbAccess::setTags(raw, std::move(tags));
-        raw->loadName();
+        KdDbAccess::loadName(raw);
         KdDbAccess::setModifiedFlag(raw, false);
         m_syntheticBlocks.push_back(raw);
         return raw;

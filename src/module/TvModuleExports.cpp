@@ -1,7 +1,9 @@
 // The functions the module exports by name to the Host; each forwards to the module's code.
 #include "TvModule.h"
 
-#define TV_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
+#include "tv/KdExport.h"
+
+#define TV_MODULE_EXPORT TVHOST_MODULE_EXPORT
 
 TV_MODULE_EXPORT int kdrxEntryPoint(int msg, void* appId) {
     return tv::module::entryPoint(msg, appId);

@@ -10,6 +10,7 @@
 #include <tv/KdDbEntity.h>
 #include <tv/KdDbObject.h>
 #include <tv/KdDbSymbolTable.h>
+#include <tv/KdDbSymbolTableRecord.h>
 
 #include <functional>
 #include <memory>
@@ -81,6 +82,8 @@ struct KdDbAccess {
         table->appendLoadedRecord(id);
     }
     static void reindex(KdDbSymbolTable* table) { table->reindex(); }
+    /// Reads a record's name from its tags (after the reader set them).
+    static void loadName(KdDbSymbolTableRecord* rec) { rec->loadName(); }
     static void nameChanged(KdDbSymbolTable* table, const std::wstring& oldName,
                             const std::wstring& newName, KdDbObjectId id) {
         table->nameChanged(oldName, newName, id);

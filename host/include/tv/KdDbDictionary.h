@@ -61,7 +61,6 @@ public:
     const std::vector<KdDbDictionaryEntry>& entries() const;
 
 protected:
-    std::unique_ptr<KdDbObjectState> saveState() const override;
     void restoreState(const KdDbObjectState& state) override;
 
 private:

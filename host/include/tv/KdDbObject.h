@@ -97,6 +97,8 @@ protected:
     // Undo journal support; subclasses save and restore what they derive from their tags.
     virtual std::unique_ptr<KdDbObjectState> saveState() const;
     virtual void restoreState(const KdDbObjectState& state);
+    /// Fills the part of a saved state that every object has (tags, erase and modified flags).
+    void saveStateInto(KdDbObjectState& state) const;
 
     /// Checks the write open and records the object's state in the undo journal before its
     /// first change; eNotOpenForWrite when the object is not open for write.

@@ -26,15 +26,16 @@ public:
     /// The marker of the record's own subclass ("AcDbLayerTableRecord").
     virtual std::string_view subclassMarker() const;
     const std::wstring& cachedName() const { return m_name; }
-    void loadName();
-    std::unique_ptr<KdDbObjectState> saveState() const override;
-    void restoreState(const KdDbObjectState& state) override;
 
 protected:
+    /// Reads the name from the record's tags again (after they were replaced).
+    void loadName();
+    void restoreState(const KdDbObjectState& state) override;
     int flags() const;
     void setFlagBit(int bit, bool on);
 
 private:
+    friend struct KdDbAccess;
     std::wstring m_name;
 };
 

@@ -83,7 +83,13 @@ public:
     /// unchanged and the filter admits no layer.
     const KdString& expressionError() const { return m_expressionError; }
 
-    // -- Host internals (the filter manager) --
+protected:
+    /// Own test, without the parent's.
+    virtual bool admitsSelf(const KdDbLayerTableRecord* layer) const;
+
+private:
+    // What the filter manager needs to read a drawing's filters and write them back.
+    friend class KdLyLayerFilterManager;
     enum class Kind { kStored, kAll, kAllUsed };
     /// A dynamically generated filter of `kind`.
     static KdLyLayerFilter* makeGenerated(Kind kind, const wchar_t* name);
@@ -97,11 +103,6 @@ public:
     KdDbObjectId sourceId() const { return m_sourceId; }
     void setSourceId(KdDbObjectId id) { m_sourceId = id; }
 
-protected:
-    /// Own test, without the parent's.
-    virtual bool admitsSelf(const KdDbLayerTableRecord* layer) const;
-
-private:
     bool hasNameInTree(const KdLyLayerFilter* tree, const KdLyLayerFilter* except) const;
     KdString m_name;
     KdString m_expression;
