@@ -8,7 +8,9 @@
 #include "tv/KdLyLayerFilter.h"
 #include "tv/KdLyLayerFilterManager.h"
 
-#include "../db/DrawingTestSupport.h"
+#include "Corpus.h"
+#include "DrawingTestSupport.h"
+#include "TempDir.h"
 
 #include <gtest/gtest.h>
 
@@ -23,7 +25,7 @@
 
 namespace {
 
-const std::string kShowcase = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
+const char* const kShowcase = "showcase_r2018.dxf";
 
 struct Tree {
     std::unique_ptr<KdLyLayerFilter> root;
@@ -252,13 +254,11 @@ TEST_F(LayerFilterTreeTest, SetFiltersRefusesForeignCurrentFilter) {
     EXPECT_EQ(kdlyGetLayerFilterManager(&m_db), mgr);
 }
 
-// The showcase drawing with filters added in the forms other programs write: a property
-// filter with blanks and parentheses, a record of a kind we do not know, and the older form.
+// The showcase drawing, which another program wrote with its filter dictionary, with filters
+// added in the forms other programs write: a property filter with blanks and parentheses, a
+// record of a kind we do not know, and the older form.
 std::string showcaseWithFilters() {
-    std::ifstream in(kShowcase, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    std::string s = ss.str();
+    std::string s = tvtest::readBytes(tvtest::corpusFile(kShowcase));
     const std::string lyHead = "  3\nACLYDICTIONARY\n360\n28F\n";
     const std::string lyTail = "AcDbDictionary\n281\n     1\n1001\nACAD\n1000\n<All\n";
     const size_t h = s.find(lyHead);
@@ -286,12 +286,11 @@ std::string showcaseWithFilters() {
     return out;
 }
 
-TEST(LayerFilterFileTest, RealDrawingKeepsItsFilterDictionaryTagForTag) {
-    if (!std::filesystem::exists(kShowcase))
-        GTEST_SKIP() << kShowcase << " is missing";
+TEST(CorpusLayerFilterFile, RealDrawingKeepsItsFilterDictionaryTagForTag) {
+    TV_REQUIRE_CORPUS(kShowcase);
     KdDbDatabase db(false);
     std::string err;
-    ASSERT_EQ(db.readDxfFile(kShowcase.c_str(), &err), Kdad::eOk) << err;
+    ASSERT_EQ(db.readDxfFile(tvtest::corpusFile(kShowcase).c_str(), &err), Kdad::eOk) << err;
     const std::string before = tvtest::drawingText(db);
     ASSERT_NE(before.find("ACLYDICTIONARY"), std::string::npos);
     Tree t = loadTree(db);
@@ -302,9 +301,8 @@ TEST(LayerFilterFileTest, RealDrawingKeepsItsFilterDictionaryTagForTag) {
     kdlyReleaseLayerFilterManager(&db);
 }
 
-TEST(LayerFilterFileTest, OtherProgramsRecordsAndTheOlderFormAreReadAndKept) {
-    if (!std::filesystem::exists(kShowcase))
-        GTEST_SKIP() << kShowcase << " is missing";
+TEST(CorpusLayerFilterFile, OtherProgramsRecordsAndTheOlderFormAreReadAndKept) {
+    TV_REQUIRE_CORPUS(kShowcase);
     const std::string text = showcaseWithFilters();
     ASSERT_FALSE(text.empty());
     KdDbDatabase db(false);
@@ -344,9 +342,8 @@ TEST(LayerFilterFileTest, OtherProgramsRecordsAndTheOlderFormAreReadAndKept) {
     kdlyReleaseLayerFilterManager(back.get());
 }
 
-TEST(LayerFilterFileTest, BadExpressionsFromAFileAreKeptButAdmitNothing) {
-    if (!std::filesystem::exists(kShowcase))
-        GTEST_SKIP() << kShowcase << " is missing";
+TEST(CorpusLayerFilterFile, BadExpressionsFromAFileAreKeptButAdmitNothing) {
+    TV_REQUIRE_CORPUS(kShowcase);
     std::string text = showcaseWithFilters();
     ASSERT_FALSE(text.empty());
     const std::string good = "( NAME== \"Layer_l*\" )";
@@ -380,9 +377,7 @@ TEST(LayerFilterFileTest, EzdxfFindsTheStoredFilters) {
     ASSERT_EQ(t.root->addNested(group), Kdad::eOk);
     ASSERT_EQ(kdlyGetLayerFilterManager(&db)->setFilters(t.root.get(), group), Kdad::eOk);
 
-    const auto dir = std::filesystem::temp_directory_path() /
-                     ("tv_lyfilter_" + std::to_string(reinterpret_cast<uintptr_t>(&db)));
-    std::filesystem::create_directories(dir);
+    const tvtest::TempDir dir("tv-lyfilter");
     const std::string dxf = (dir / "filters.dxf").string();
     const std::string script = (dir / "check.py").string();
     const std::string out = (dir / "out.txt").string();
@@ -402,14 +397,11 @@ TEST(LayerFilterFileTest, EzdxfFindsTheStoredFilters) {
     }
     const std::string cmd = "/usr/bin/python3 " + script + " " + dxf + " > " + out + " 2>&1";
     const int rc = std::system(cmd.c_str());
-    std::ifstream res(out);
-    std::stringstream got;
-    got << res.rdbuf();
-    EXPECT_EQ(rc, 0) << got.str();
-    EXPECT_EQ(got.str(), "current Chosen\n"
-                         "*A1 AcLyLayerFilter Walls ['NAME==\"W*\"'] []\n"
-                         "*A2 AcLyLayerGroup Chosen [] ['Wall']\n");
-    std::filesystem::remove_all(dir);
+    const std::string got = tvtest::readBytes(out);
+    EXPECT_EQ(rc, 0) << got;
+    EXPECT_EQ(got, "current Chosen\n"
+                   "*A1 AcLyLayerFilter Walls ['NAME==\"W*\"'] []\n"
+                   "*A2 AcLyLayerGroup Chosen [] ['Wall']\n");
     kdlyReleaseLayerFilterManager(&db);
 }
 

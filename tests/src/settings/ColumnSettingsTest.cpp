@@ -5,8 +5,8 @@
 #include "settings/TvSettingsBase.h"
 #include "settings/TvWindowRect.h"
 
-#include "TvTestResources.h"
-#include "host/settings/SettingsTestSupport.h"
+#include "ModuleResources.h"
+#include "SettingsTest.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdEditor.h"
