@@ -63,12 +63,6 @@ void checkEveryPropertySurvivesASave(KdDbDatabase& db, const wchar_t* layerName)
     EXPECT_EQ(layer->transparency(), KdCmTransparency(uint8_t{77}));
 }
 
-TEST(LayerRecordProperties, EverySetterSurvivesASaveOnANewDrawing) {
-    KdDbDatabase db;
-    addLayer(db, L"Walls");
-    checkEveryPropertySurvivesASave(db, L"Walls");
-}
-
 TEST_F(GeneratedLayers, EverySetterSurvivesASave) {
     checkEveryPropertySurvivesASave(m_db, L"Layer1"); // a true colour before
     checkEveryPropertySurvivesASave(m_db, L"Layer4"); // a colour-book colour before

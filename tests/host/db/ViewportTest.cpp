@@ -9,14 +9,13 @@
 #include "tv/KdDbViewport.h"
 
 #include "DrawingTestSupport.h"
+#include "Ezdxf.h"
 #include "TempDir.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <utility>
@@ -245,7 +244,7 @@ TEST_F(ViewportTest, LayerOverridesPerViewport) {
 }
 
 TEST_F(ViewportTest, OverrideRecordsAreReadableByEzdxf) {
-    if (std::system("/usr/bin/python3 -c 'import ezdxf' >/dev/null 2>&1") != 0)
+    if (!tvtest::hasEzdxf())
         GTEST_SKIP() << "python3 with ezdxf is not available";
     KdCmColor green;
     ASSERT_EQ(green.setColorIndex(3), Kdad::eOk);
@@ -257,28 +256,22 @@ TEST_F(ViewportTest, OverrideRecordsAreReadableByEzdxf) {
     }
     const tvtest::TempDir dir("tv-vp-ovr");
     const std::string dxf = (dir / "ovr.dxf").string();
-    const std::string script = (dir / "check.py").string();
     std::string err;
     ASSERT_EQ(m_db.saveAs(dxf.c_str(), &err), Kdad::eOk) << err;
-    {
-        std::ofstream py(script);
-        py << "import sys, ezdxf\n"
-              "doc = ezdxf.readfile(sys.argv[1])\n"
-              "layer = doc.layers.get('Layer3')\n"
-              "xd = layer.get_extension_dict()\n"
-              "keys = set(xd.keys())\n"
-              "for k in ('ADSK_XREC_LAYER_COLOR_OVR', 'ADSK_XREC_LAYER_LINEWT_OVR'):\n"
-              "    if k not in keys:\n"
-              "        sys.exit('missing ' + k + ' in ' + repr(sorted(keys)))\n"
-              "tags = [(t.code, t.value) for t in xd['ADSK_XREC_LAYER_COLOR_OVR'].tags]\n"
-              "if not any(c == 335 and int(str(v), 16) == int(sys.argv[2]) for c, v in tags):\n"
-              "    sys.exit('no pointer to the viewport: ' + repr(tags))\n";
-    }
-    const std::string cmd = "/usr/bin/python3 '" + script + "' '" + dxf + "' " +
-                            std::to_string(kVpLayer2) + " > '" + (dir / "out.txt").string() +
-                            "' 2>&1";
-    const int rc = std::system(cmd.c_str());
-    EXPECT_EQ(rc, 0) << tvtest::readBytes(dir / "out.txt");
+    const std::string script =
+        "import sys, ezdxf\n"
+        "doc = ezdxf.readfile(sys.argv[1])\n"
+        "layer = doc.layers.get('Layer3')\n"
+        "xd = layer.get_extension_dict()\n"
+        "keys = set(xd.keys())\n"
+        "for k in ('ADSK_XREC_LAYER_COLOR_OVR', 'ADSK_XREC_LAYER_LINEWT_OVR'):\n"
+        "    if k not in keys:\n"
+        "        sys.exit('missing ' + k + ' in ' + repr(sorted(keys)))\n"
+        "tags = [(t.code, t.value) for t in xd['ADSK_XREC_LAYER_COLOR_OVR'].tags]\n"
+        "if not any(c == 335 and int(str(v), 16) == int(sys.argv[2]) for c, v in tags):\n"
+        "    sys.exit('no pointer to the viewport: ' + repr(tags))\n";
+    std::string output;
+    EXPECT_EQ(tvtest::runEzdxf(script, dxf, std::to_string(kVpLayer2), &output), 0) << output;
 }
 
 } // namespace

@@ -10,16 +10,14 @@
 
 #include "Corpus.h"
 #include "DrawingTestSupport.h"
+#include "Ezdxf.h"
 #include "TempDir.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -365,8 +363,8 @@ TEST(CorpusLayerFilterFile, BadExpressionsFromAFileAreKeptButAdmitNothing) {
 }
 
 TEST(LayerFilterFileTest, EzdxfFindsTheStoredFilters) {
-    if (std::system("/usr/bin/python3 -c \"import ezdxf\" >/dev/null 2>&1") != 0)
-        GTEST_SKIP() << "ezdxf is not installed";
+    if (!tvtest::hasEzdxf())
+        GTEST_SKIP() << "python3 with ezdxf is not available";
     KdDbDatabase db;
     const KdDbObjectId wall = tvtest::addLayer(db, L"Wall");
     Tree t = loadTree(db);
@@ -379,26 +377,20 @@ TEST(LayerFilterFileTest, EzdxfFindsTheStoredFilters) {
 
     const tvtest::TempDir dir("tv-lyfilter");
     const std::string dxf = (dir / "filters.dxf").string();
-    const std::string script = (dir / "check.py").string();
-    const std::string out = (dir / "out.txt").string();
     ASSERT_EQ(db.saveAs(dxf.c_str()), Kdad::eOk);
-    {
-        std::ofstream py(script);
-        py << "import sys, ezdxf\n"
-              "doc = ezdxf.readfile(sys.argv[1])\n"
-              "xd = doc.layers.head.get_extension_dict()\n"
-              "ly = xd['ACLYDICTIONARY']\n"
-              "print('current', ly.get_xdata('ACAD')[0].value)\n"
-              "for key, rec in sorted(ly.items()):\n"
-              "    tags = [(t.code, t.value) for t in rec.tags]\n"
-              "    print(key, tags[0][1], [v for c, v in tags if c == 300][0],\n"
-              "          [v for c, v in tags if c == 301],\n"
-              "          [doc.entitydb[v].dxf.name for c, v in tags if c == 330])\n";
-    }
-    const std::string cmd = "/usr/bin/python3 " + script + " " + dxf + " > " + out + " 2>&1";
-    const int rc = std::system(cmd.c_str());
-    const std::string got = tvtest::readBytes(out);
-    EXPECT_EQ(rc, 0) << got;
+    const std::string script =
+        "import sys, ezdxf\n"
+        "doc = ezdxf.readfile(sys.argv[1])\n"
+        "xd = doc.layers.head.get_extension_dict()\n"
+        "ly = xd['ACLYDICTIONARY']\n"
+        "print('current', ly.get_xdata('ACAD')[0].value)\n"
+        "for key, rec in sorted(ly.items()):\n"
+        "    tags = [(t.code, t.value) for t in rec.tags]\n"
+        "    print(key, tags[0][1], [v for c, v in tags if c == 300][0],\n"
+        "          [v for c, v in tags if c == 301],\n"
+        "          [doc.entitydb[v].dxf.name for c, v in tags if c == 330])\n";
+    std::string got;
+    EXPECT_EQ(tvtest::runEzdxf(script, dxf, "", &got), 0) << got;
     EXPECT_EQ(got, "current Chosen\n"
                    "*A1 AcLyLayerFilter Walls ['NAME==\"W*\"'] []\n"
                    "*A2 AcLyLayerGroup Chosen [] ['Wall']\n");
