@@ -44,7 +44,7 @@ public:
         append(buf, res.ptr);
         endLine();
     }
-    // Sixteen significant digits, as AutoCAD writes computed coordinates.
+    // Sixteen significant digits, as CAD programs write computed coordinates.
     void real(int code, double value) {
         groupCode(code);
         if (std::fabs(value) < 1e-9)
