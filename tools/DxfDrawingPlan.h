@@ -91,4 +91,8 @@ struct DxfDrawingPlan {
 /// Lays out the drawing for `options`, taking every random choice from `random`.
 DxfDrawingPlan planDrawing(const DxfGeneratorOptions& options, DrawingRandom& random);
 
+/// The plan of the drawing generateDxf(options) writes, for tests that check what was read
+/// against what was written.
+DxfDrawingPlan planDrawing(const DxfGeneratorOptions& options);
+
 } // namespace tvtools

@@ -20,12 +20,16 @@
 namespace tvtools {
 namespace {
 
+// The random sequence of a drawing: the plan takes its start, the entities the rest.
+std::uint64_t drawingSeed(const DxfGeneratorOptions& options) {
+    return options.seed * 0x2545F4914F6CDD1Dull + 1;
+}
+
 class DxfDrawingWriter {
 public:
     explicit DxfDrawingWriter(const DxfGeneratorOptions& options)
-        : m_opt(options), m_rng(options.seed * 0x2545F4914F6CDD1Dull + 1),
-          m_plan(planDrawing(options, m_rng)), m_w(options.crlf),
-          m_r2004(options.version != DxfVersion::R2000) {}
+        : m_opt(options), m_rng(drawingSeed(options)), m_plan(planDrawing(options, m_rng)),
+          m_w(options.crlf), m_r2004(options.version != DxfVersion::R2000) {}
 
     std::string run() {
         m_w.reserve(static_cast<std::size_t>(m_opt.entities) * 300 +
@@ -624,7 +628,7 @@ private:
         m_w.integer(72, 1000);
         for (int layer : port.frozen)
             m_w.handle(331, m_plan.layers[static_cast<std::size_t>(layer)].handle);
-        m_w.integer(90, 32864); // the status bits AutoCAD gives a new viewport
+        m_w.integer(90, 32864); // the status bits CAD programs give a new viewport
         m_w.str(1, "");
         m_w.integer(281, 0);
         m_w.integer(71, 1);
@@ -789,6 +793,11 @@ bool parseDxfVersion(const std::string& text, DxfVersion* version) {
     else
         return false;
     return true;
+}
+
+DxfDrawingPlan planDrawing(const DxfGeneratorOptions& options) {
+    DrawingRandom random(drawingSeed(options));
+    return planDrawing(options, random);
 }
 
 std::string generateDxf(const DxfGeneratorOptions& options) {

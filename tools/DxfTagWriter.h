@@ -1,4 +1,4 @@
-// Buffered writer of DXF group code / value pairs in the layout AutoCAD writes.
+// Buffered writer of DXF group code / value pairs in the layout CAD programs write.
 #pragma once
 
 #include <charconv>
@@ -11,7 +11,7 @@
 
 namespace tvtools {
 
-// Appends group code / value pairs to one growing buffer, formatted as AutoCAD writes them:
+// Appends group code / value pairs to one growing buffer, formatted as CAD programs write them:
 // codes right-aligned in three columns, reals with a decimal point.
 class TagWriter {
 public:
@@ -44,7 +44,7 @@ public:
         append(buf, res.ptr);
         endLine();
     }
-    // Sixteen significant digits, as AutoCAD writes computed coordinates.
+    // Sixteen significant digits, as CAD programs write computed coordinates.
     void real(int code, double value) {
         groupCode(code);
         if (std::fabs(value) < 1e-9)

@@ -2,7 +2,8 @@
 // module's commands, and what happens to the user's file when saving fails or is declined.
 #include "TvCadApp.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
+#include "TempDir.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdEdCommandStack.h"
@@ -23,12 +24,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string readFile(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
+using tvtest::readBytes;
 
 std::wstring wide(const fs::path& p) {
     return p.wstring();
@@ -37,11 +33,6 @@ std::wstring wide(const fs::path& p) {
 class TvCad : public ::testing::Test {
 protected:
     void SetUp() override {
-        dir = fs::temp_directory_path() /
-              ("tvcad_test_" + std::to_string(::getpid()) + "_" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir);
-        fs::create_directories(dir);
         drawing = dir / "office.dxf";
         fs::copy_file(fs::path(TV_SOURCE_DIR) / "samples" / "office.dxf", drawing);
         app = std::make_unique<tvcad::TvCadApp>(std::vector<std::string>{TV_MODULE_DIR});
@@ -53,7 +44,6 @@ protected:
         app.reset();
         kdedTakeCapturedOutput();
         kdedSetOutputStream(nullptr);
-        fs::remove_all(dir);
     }
 
     /// Runs the script through the command loop; the output is left in `out`.
@@ -75,7 +65,8 @@ protected:
         return KdDbObjectPointer<KdDbLayerTableRecord>(tvtest::findLayer(db, name), KdDb::kForRead);
     }
 
-    fs::path dir;
+    const tvtest::TempDir tmp{"tvcad-test"};
+    const fs::path dir = tmp.path();
     fs::path drawing;
     std::unique_ptr<tvcad::TvCadApp> app;
     std::wstring out;
@@ -83,14 +74,14 @@ protected:
 
 TEST_F(TvCad, ScriptedLayerChangesAreSavedUnderTheNewName) {
     const fs::path copy = dir / "copy.dxf";
-    const std::string before = readFile(drawing);
+    const std::string before = readBytes(drawing);
     const int status = run(L"-LAYER\nFreeze\nA-FURN-0004,P-PIPE-0008\nThaw\nS-FLOR-OTLN-0019\n"
                            L"Make\nDEMO-NEW\n_Set\nE-FLOR-0001\n\n"
                            L"SAVEAS\n" +
                            wide(copy) + L"\nQUIT\n");
     EXPECT_EQ(status, 0) << tvToUtf8(out);
     EXPECT_NE(out.find(L"Saved " + wide(copy)), std::wstring::npos) << tvToUtf8(out);
-    EXPECT_TRUE(readFile(drawing) == before) << "the opened file must stay as it was";
+    EXPECT_TRUE(readBytes(drawing) == before) << "the opened file must stay as it was";
 
     auto db = load(copy);
     ASSERT_TRUE(layer(*db, L"A-FURN-0004"));
@@ -111,7 +102,7 @@ TEST_F(TvCad, UnknownCommandsAndCommentsAndPrefixes) {
 }
 
 TEST_F(TvCad, QuitAsksAboutUnsavedChanges) {
-    const std::string before = readFile(drawing);
+    const std::string before = readBytes(drawing);
     // Cancel keeps tvcad running; the next command still runs.
     EXPECT_EQ(run(L"-LAYER\nOFF\nP-PIPE-0008\n\nQUIT\nCancel\n-LAYER\nON\nP-PIPE-0008\n\n"
                   L"QUIT\nNo\n"),
@@ -121,20 +112,20 @@ TEST_F(TvCad, QuitAsksAboutUnsavedChanges) {
         << tvToUtf8(out);
     EXPECT_NE(out.find(L"Enter name list of layer(s) to turn On"), std::wstring::npos)
         << "the command after a cancelled QUIT ran";
-    EXPECT_TRUE(readFile(drawing) == before) << "No must leave the file alone";
+    EXPECT_TRUE(readBytes(drawing) == before) << "No must leave the file alone";
 
     // Enter at the question saves, keeping the previous file as .bak.
     EXPECT_EQ(run(L"-LAYER\nOFF\nP-PIPE-0008\n\nQUIT\n\n"), 0);
-    EXPECT_TRUE(readFile(dir / "office.bak") == before) << "the previous file is kept as .bak";
+    EXPECT_TRUE(readBytes(dir / "office.bak") == before) << "the previous file is kept as .bak";
     EXPECT_TRUE(layer(*load(drawing), L"P-PIPE-0008")->isOff());
 }
 
 TEST_F(TvCad, EndOfInputWithUnsavedChangesSaysSoAndWritesNothing) {
-    const std::string before = readFile(drawing);
+    const std::string before = readBytes(drawing);
     EXPECT_EQ(run(L"-LAYER\nLOck\n0\n"), 0);
     EXPECT_NE(out.find(L"changes to office.dxf were not saved"), std::wstring::npos)
         << tvToUtf8(out);
-    EXPECT_TRUE(readFile(drawing) == before) << "the file changed";
+    EXPECT_TRUE(readBytes(drawing) == before) << "the file changed";
     // A drawing without changes ends silently.
     app->openDrawing(drawing.string(), nullptr);
     EXPECT_EQ(run(L""), 0);
@@ -163,14 +154,14 @@ TEST_F(TvCad, OpenRefusesABadDrawingAndKeepsTheCurrentOne) {
 }
 
 TEST_F(TvCad, SaveFailureKeepsTheDrawingAndTheFile) {
-    const std::string before = readFile(drawing);
+    const std::string before = readBytes(drawing);
     const fs::path nowhere = dir / "no-such-folder" / "x.dxf";
     EXPECT_EQ(run(L"-LAYER\nMake\nUNSAVED\n\nSAVEAS\n" + wide(nowhere) + L"\n"), 1);
     EXPECT_NE(out.find(L"Cannot save the drawing"), std::wstring::npos) << tvToUtf8(out);
     EXPECT_FALSE(fs::exists(nowhere));
     EXPECT_EQ(app->database()->fileName(), drawing.string());
     EXPECT_TRUE(app->database()->isModified());
-    EXPECT_TRUE(readFile(drawing) == before) << "the file changed";
+    EXPECT_TRUE(readBytes(drawing) == before) << "the file changed";
     // SAVEAS with Enter saves under the current name.
     EXPECT_EQ(run(L"SAVEAS\n\n"), 0);
     EXPECT_FALSE(app->database()->isModified());

@@ -14,6 +14,8 @@ import os
 import subprocess
 import sys
 
+from private_config import use_private_config
+
 try:
     import ezdxf
 except ImportError:
@@ -43,6 +45,7 @@ def run_tvcad(tvcad, lines, drawing):
 
 def main():
     global WORK
+    use_private_config()
     tvcad, drawing, WORK = sys.argv[1:4]
     os.makedirs(WORK, exist_ok=True)
     saved = os.path.join(WORK, "restored.dxf")

@@ -13,6 +13,8 @@ import os
 import subprocess
 import sys
 
+from private_config import use_private_config
+
 try:
     import ezdxf
 except ImportError:
@@ -212,6 +214,7 @@ def isolation_round_trip(r):
 
 
 def main():
+    use_private_config()
     tvcad, work = sys.argv[1:3]
     r = Runner(tvcad, work)
     for group in (nesting_settings, current_layer_and_undo, viewports, isolation_round_trip):

@@ -13,6 +13,8 @@ import os
 import subprocess
 import sys
 
+from private_config import use_private_config
+
 try:
     import ezdxf
 except ImportError:
@@ -38,6 +40,7 @@ def layer_summary(doc):
 
 
 def main():
+    use_private_config()
     tvcad, tvdxf, drawing, work = sys.argv[1:5]
     os.makedirs(work, exist_ok=True)
     saved = os.path.join(work, "tvcad_saved.dxf")

@@ -151,6 +151,9 @@ def main(argv):
         return 2
     tool, source, workdir = argv[1:]
     if not os.path.isfile(source):
+        if os.environ.get("CI") == "true":
+            print(f"FAIL: input drawing {source} does not exist (CI=true)")
+            return EXIT_DIFFERENT
         print(f"SKIP: input drawing {source} does not exist")
         return EXIT_SKIP
     sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))

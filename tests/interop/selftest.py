@@ -90,8 +90,11 @@ class CompareRoundtripTest(unittest.TestCase):
     def tearDownClass(cls):
         shutil.rmtree(cls.tmp)
 
-    def run_compare(self, tool, drawing, edit=None, workdir="work"):
+    def run_compare(self, tool, drawing, edit=None, workdir="work", ci=None):
         env = dict(os.environ)
+        env.pop("CI", None)
+        if ci is not None:
+            env["CI"] = ci
         if edit is not None:
             env["FAKE_EDIT"] = json.dumps(edit)
         done = subprocess.run(
@@ -171,16 +174,18 @@ class CompareRoundtripTest(unittest.TestCase):
                 self.assertEqual(code, 1, output)
                 self.assertIn(expected, output)
 
-    def test_missing_input_is_a_skip(self):
+    def test_missing_input_is_a_skip_and_a_failure_in_ci(self):
         code, output = self.run_compare("copy", "no_such_drawing.dxf")
         self.assertEqual(code, 77, output)
         self.assertIn("does not exist", output)
+        code, output = self.run_compare("copy", "no_such_drawing.dxf", ci="true")
+        self.assertEqual(code, 1, output)
 
 
 if __name__ == "__main__":
     if not os.path.isdir(TESTDATA):
         print(f"{TESTDATA} not found: interop self test skipped")
-        sys.exit(77)
+        sys.exit(1 if os.environ.get("CI") == "true" else 77)
     try:
         importlib.import_module("ezdxf")
     except ImportError as error:

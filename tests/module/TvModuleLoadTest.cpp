@@ -6,10 +6,13 @@
 #include "tv/KdRxResource.h"
 #include "tv/KdRxService.h"
 
+#include "TempDir.h"
+
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -60,8 +63,7 @@ protected:
                     break;
             }
         }
-        if (!tempDir.empty())
-            fs::remove_all(tempDir);
+        tempDir.reset();
         kdrxUnregisterService(L"LayerManager");
         kdrxUnregisterService(L"TvLayerApps");
     }
@@ -77,7 +79,7 @@ protected:
 
     KdRxDynamicLinker* linker = nullptr;
     std::string copiedModule;
-    fs::path tempDir;
+    std::unique_ptr<tvtest::TempDir> tempDir;
 };
 
 TEST_F(LayerManagerModule, LoadRegistersServicesAndCommandGroupInOrder) {
@@ -149,9 +151,8 @@ TEST_F(LayerManagerModule, ReloadRegistersTvLayerAppsOnlyWhenMissing) {
 }
 
 TEST_F(LayerManagerModule, CopyWithoutResourceLibraryFailsAndRegistersNothing) {
-    tempDir = fs::temp_directory_path() / ("tvmodule_nores_" + std::to_string(::getpid()));
-    fs::create_directories(tempDir);
-    const fs::path copy = tempDir / "TvLayerManager.krx";
+    tempDir = std::make_unique<tvtest::TempDir>("tvmodule-nores");
+    const fs::path copy = *tempDir / "TvLayerManager.krx";
     fs::copy_file(kModule, copy, fs::copy_options::overwrite_existing);
     copiedModule = copy.string();
 
@@ -162,7 +163,7 @@ TEST_F(LayerManagerModule, CopyWithoutResourceLibraryFailsAndRegistersNothing) {
     EXPECT_FALSE(hasGroup(L"TVLAYERAPPS"));
 
     // With the resource library put beside it, the same copy loads.
-    fs::copy_file(TV_MODULE_RES_PATH, tempDir / "TvLayerManagerRes.so");
+    fs::copy_file(TV_MODULE_RES_PATH, *tempDir / "TvLayerManagerRes.so");
     ASSERT_TRUE(linker->loadModule(copiedModule.c_str(), false)) << linker->lastError();
     EXPECT_TRUE(hasGroup(L"TVLAYERAPPS"));
 }

@@ -1,20 +1,19 @@
-// Round trips of real drawings through the DXF reader and writer, and saving to disk.
+// Round trips of generated and real drawings through the DXF reader and writer, and saving to
+// disk.
 #include "DxfTokenizer.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "Corpus.h"
+#include "DrawingTestSupport.h"
+#include "TempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -22,13 +21,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string readWholeFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
 
 std::vector<KdDbTag> tokens(const std::string& text) {
     std::vector<KdDbTag> tags;
@@ -82,25 +74,25 @@ LayerSummary layerSummary(KdDbDatabase& db) {
     return out;
 }
 
-std::vector<std::string> testDrawings() {
+std::vector<std::string> corpusDrawings() {
     std::vector<std::string> names;
     std::error_code ec;
-    if (!fs::is_directory(TV_TESTDATA_DIR, ec))
-        return {""}; // one empty entry: the test reports the missing folder as a skip
-    for (const auto& entry : fs::directory_iterator(TV_TESTDATA_DIR))
+    if (!tvtest::corpusMissing().empty())
+        return {""}; // one empty entry: the test reports the missing folder
+    for (const auto& entry : fs::directory_iterator(tvtest::corpusDir(), ec))
         if (entry.path().extension() == ".dxf")
             names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }
 
-class DrawingRoundTrip : public ::testing::TestWithParam<std::string> {};
+// Each drawing of another program is written back tag for tag; R12 ones are brought to R2000.
+class CorpusRoundTrip : public ::testing::TestWithParam<std::string> {};
 
-TEST_P(DrawingRoundTrip, WritesBackWhatItRead) {
-    if (GetParam().empty())
-        GTEST_SKIP() << "test drawings folder " << TV_TESTDATA_DIR << " is missing";
-    const std::string path = std::string(TV_TESTDATA_DIR) + "/" + GetParam();
-    const std::string original = readWholeFile(path);
+TEST_P(CorpusRoundTrip, WritesBackWhatItRead) {
+    TV_REQUIRE_CORPUS(GetParam());
+    const std::string path = tvtest::corpusFile(GetParam());
+    const std::string original = tvtest::readBytes(path);
 
     KdDbDatabase db(false);
     std::string err;
@@ -125,7 +117,7 @@ TEST_P(DrawingRoundTrip, WritesBackWhatItRead) {
     EXPECT_TRUE(sameTags(written, second));
 }
 
-INSTANTIATE_TEST_SUITE_P(TestData, DrawingRoundTrip, ::testing::ValuesIn(testDrawings()),
+INSTANTIATE_TEST_SUITE_P(Corpus, CorpusRoundTrip, ::testing::ValuesIn(corpusDrawings()),
                          [](const ::testing::TestParamInfo<std::string>& info) {
                              std::string name = info.param.empty() ? "missing" : info.param;
                              for (char& c : name)
@@ -134,27 +126,41 @@ INSTANTIATE_TEST_SUITE_P(TestData, DrawingRoundTrip, ::testing::ValuesIn(testDra
                              return name;
                          });
 
-// A fresh folder under the system temporary folder, removed again at the end of the test.
+// Generated drawings of each version the generator writes, and with CR LF line ends, are
+// written back tag for tag.
+class GeneratedRoundTrip : public ::testing::TestWithParam<tvtools::DxfGeneratorOptions> {};
+
+TEST_P(GeneratedRoundTrip, WritesBackWhatItRead) {
+    const std::string original = tvtools::generateDxf(GetParam());
+    KdDbDatabase db(false);
+    std::string err;
+    ASSERT_EQ(db.readDxfBuffer(original, &err), Kdad::eOk) << err;
+    EXPECT_TRUE(sameTags(original, tvtest::drawingText(db)));
+}
+
+tvtools::DxfGeneratorOptions generated(tvtools::DxfVersion version, bool crlf) {
+    tvtools::DxfGeneratorOptions options = tvtest::generatedDrawing(40, 2000, 3);
+    options.version = version;
+    options.crlf = crlf;
+    return options;
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, GeneratedRoundTrip,
+                         ::testing::Values(generated(tvtools::DxfVersion::R2018, false),
+                                           generated(tvtools::DxfVersion::R2000, false),
+                                           generated(tvtools::DxfVersion::R2018, true)),
+                         [](const ::testing::TestParamInfo<tvtools::DxfGeneratorOptions>& info) {
+                             return std::string(tvtools::dxfVersionName(info.param.version)) +
+                                    (info.param.crlf ? "_CRLF" : "");
+                         });
+
+// A fresh folder for the saved files.
 class SaveAsTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        m_dir = fs::temp_directory_path() /
-                ("tvhost_saveas_" + std::to_string(::getpid()) + "_" +
-                 ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(m_dir);
-        fs::create_directories(m_dir);
-    }
-    void TearDown() override { fs::remove_all(m_dir); }
+    std::vector<std::string> folderContents() const { return m_tmp.entries(); }
 
-    std::vector<std::string> folderContents() const {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(m_dir))
-            names.push_back(entry.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-    fs::path m_dir;
+    const tvtest::TempDir m_tmp{"tvhost-saveas"};
+    const fs::path m_dir = m_tmp.path();
 };
 
 TEST_F(SaveAsTest, KeepsThePreviousFileAsBakAndLeavesNoTemporaryFile) {
@@ -162,21 +168,21 @@ TEST_F(SaveAsTest, KeepsThePreviousFileAsBakAndLeavesNoTemporaryFile) {
     KdDbDatabase db;
     std::string err;
     ASSERT_EQ(db.saveAs(target.c_str(), &err), Kdad::eOk) << err;
-    const std::string first = readWholeFile(target);
+    const std::string first = tvtest::readBytes(target);
     EXPECT_EQ(first, tvtest::drawingText(db));
     EXPECT_EQ(folderContents(), std::vector<std::string>{"out.dxf"});
 
     ASSERT_FALSE(tvtest::addLayer(db, L"Second").isNull());
     ASSERT_EQ(db.saveAs(target.c_str(), &err), Kdad::eOk) << err;
-    EXPECT_EQ(readWholeFile(m_dir / "out.bak"), first);
-    const std::string second = readWholeFile(target);
+    EXPECT_EQ(tvtest::readBytes(m_dir / "out.bak"), first);
+    const std::string second = tvtest::readBytes(target);
     EXPECT_NE(second, first);
     EXPECT_NE(second.find("Second"), std::string::npos);
     EXPECT_EQ(folderContents(), (std::vector<std::string>{"out.bak", "out.dxf"}));
 
     // A third save replaces the old backup with the second version.
     ASSERT_EQ(db.saveAs(target.c_str(), &err), Kdad::eOk) << err;
-    EXPECT_EQ(readWholeFile(m_dir / "out.bak"), second);
+    EXPECT_EQ(tvtest::readBytes(m_dir / "out.bak"), second);
     EXPECT_EQ(folderContents(), (std::vector<std::string>{"out.bak", "out.dxf"}));
 
     KdDbDatabase reread(false);
@@ -196,15 +202,15 @@ TEST_F(SaveAsTest, FailsWithAMessageWhenTheFolderDoesNotExist) {
 }
 
 TEST_F(SaveAsTest, SavedFileReadsBackWithTheSameText) {
+    tvtools::DxfGeneratorOptions options = tvtest::generatedDrawing();
+    options.version = tvtools::DxfVersion::R2000;
+    const std::string source = tvtools::generateDxf(options);
     KdDbDatabase db(false);
     std::string err;
-    const std::string source = std::string(TV_TESTDATA_DIR) + "/showcase_r2000.dxf";
-    if (!fs::exists(source))
-        GTEST_SKIP() << source << " is missing";
-    ASSERT_EQ(db.readDxfFile(source.c_str(), &err), Kdad::eOk) << err;
+    ASSERT_EQ(db.readDxfBuffer(source, &err), Kdad::eOk) << err;
     const fs::path target = m_dir / "copy.dxf";
     ASSERT_EQ(db.saveAs(target.c_str(), &err), Kdad::eOk) << err;
-    EXPECT_TRUE(sameTags(readWholeFile(source), readWholeFile(target)));
+    EXPECT_TRUE(sameTags(source, tvtest::readBytes(target)));
     EXPECT_EQ(folderContents(), std::vector<std::string>{"copy.dxf"});
 }
 

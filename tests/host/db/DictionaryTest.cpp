@@ -6,7 +6,7 @@
 #include "tv/KdDbXrecord.h"
 #include "tv/KdResbuf.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
 
 #include <gtest/gtest.h>
 

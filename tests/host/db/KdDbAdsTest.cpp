@@ -6,7 +6,7 @@
 #include "tv/KdDbEntity.h"
 #include "tv/KdDbSymbolTable.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -374,17 +374,16 @@ TEST_F(KdDbAdsTest, DictNextWalksEntriesAndSetNextPositions) {
     EXPECT_EQ(kddbDictNext(nod, 0), nullptr);
 }
 
-class KdDbAdsShowcaseTest : public tvtest::DrawingFileTest {
+class KdDbAdsDrawingTest : public tvtest::DrawingTest {
 protected:
-    KdDbAdsShowcaseTest() : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf") {}
     void SetUp() override {
-        DrawingFileTest::SetUp();
+        DrawingTest::SetUp();
         kddbSetCurDwg(&m_db);
     }
     void TearDown() override { kddbSetCurDwg(nullptr); }
 };
 
-TEST_F(KdDbAdsShowcaseTest, TblNextWalksAllLayers) {
+TEST_F(KdDbAdsDrawingTest, TblNextWalksAllLayers) {
     KdDbLayerTable* table = nullptr;
     ASSERT_EQ(m_db.getLayerTable(table, KdDb::kForRead), Kdad::eOk);
     const size_t count = table->count();
@@ -436,7 +435,7 @@ TEST_F(KdDbAdsShowcaseTest, TblNextWalksAllLayers) {
 }
 
 // Giving entmod back what entget gave changes nothing, for every layer and every entity.
-TEST_F(KdDbAdsShowcaseTest, EntGetThenEntModIsNoChange) {
+TEST_F(KdDbAdsDrawingTest, EntGetThenEntModIsNoChange) {
     size_t lists = 0;
     for (KdResbufPtr rb(kddbTblNext(L"LAYER", 1)); rb; rb.reset(kddbTblNext(L"LAYER", 0))) {
         EXPECT_EQ(kddbEntMod(rb.get()), RTNORM) << "layer " << lists;

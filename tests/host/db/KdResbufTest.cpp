@@ -17,40 +17,35 @@ struct CodeKind {
     Kind kind;
 };
 
-class KdResbufValueKind : public ::testing::TestWithParam<CodeKind> {};
-
-TEST_P(KdResbufValueKind, FollowsTheGroupCodeRanges) {
-    EXPECT_EQ(kdutValueKind(GetParam().code), GetParam().kind) << "code " << GetParam().code;
-}
-
 // The edges of each range and the gaps between them.
-INSTANTIATE_TEST_SUITE_P(
-    Codes, KdResbufValueKind,
-    ::testing::Values(
-        CodeKind{-6, Kind::kNone}, CodeKind{-5, Kind::kName}, CodeKind{-4, Kind::kString},
-        CodeKind{-3, Kind::kNone}, CodeKind{-2, Kind::kName}, CodeKind{-1, Kind::kName},
-        CodeKind{0, Kind::kString}, CodeKind{9, Kind::kString}, CodeKind{10, Kind::kPoint},
-        CodeKind{18, Kind::kPoint}, CodeKind{19, Kind::kNone}, CodeKind{20, Kind::kReal},
-        CodeKind{39, Kind::kReal}, CodeKind{59, Kind::kReal}, CodeKind{60, Kind::kShort},
-        CodeKind{79, Kind::kShort}, CodeKind{80, Kind::kNone}, CodeKind{90, Kind::kLong},
-        CodeKind{99, Kind::kLong}, CodeKind{100, Kind::kString}, CodeKind{101, Kind::kNone},
-        CodeKind{102, Kind::kString}, CodeKind{105, Kind::kString}, CodeKind{110, Kind::kPoint},
-        CodeKind{112, Kind::kPoint}, CodeKind{113, Kind::kReal}, CodeKind{149, Kind::kReal},
-        CodeKind{150, Kind::kNone}, CodeKind{160, Kind::kInt64}, CodeKind{210, Kind::kPoint},
-        CodeKind{211, Kind::kReal}, CodeKind{240, Kind::kNone}, CodeKind{290, Kind::kShort},
-        CodeKind{310, Kind::kBinary}, CodeKind{320, Kind::kString}, CodeKind{330, Kind::kName},
-        CodeKind{369, Kind::kName}, CodeKind{370, Kind::kShort}, CodeKind{390, Kind::kName},
-        CodeKind{420, Kind::kLong}, CodeKind{430, Kind::kString}, CodeKind{440, Kind::kLong},
-        CodeKind{469, Kind::kReal}, CodeKind{481, Kind::kName}, CodeKind{482, Kind::kNone},
-        CodeKind{999, Kind::kString}, CodeKind{1000, Kind::kString}, CodeKind{1004, Kind::kBinary},
-        CodeKind{1010, Kind::kPoint}, CodeKind{1014, Kind::kNone}, CodeKind{1042, Kind::kReal},
-        CodeKind{1043, Kind::kNone}, CodeKind{1070, Kind::kShort}, CodeKind{1071, Kind::kLong},
-        CodeKind{1072, Kind::kNone}, CodeKind{RTSHORT, Kind::kShort}, CodeKind{RTANG, Kind::kReal},
-        CodeKind{RT3DPOINT, Kind::kPoint}, CodeKind{RTSTR, Kind::kString},
-        CodeKind{RTDXF0, Kind::kString}, CodeKind{RTPICKS, Kind::kName},
-        CodeKind{RTLONG, Kind::kLong}, CodeKind{RTLONG_PTR, Kind::kInt64},
-        CodeKind{RTINT64, Kind::kInt64}, CodeKind{RTLB, Kind::kNone}, CodeKind{RTNONE, Kind::kNone},
-        CodeKind{12345, Kind::kNone}));
+TEST(KdResbufValueKind, FollowsTheGroupCodeRanges) {
+    const CodeKind cases[] = {
+        {-6, Kind::kNone},         {-5, Kind::kName},       {-4, Kind::kString},
+        {-3, Kind::kNone},         {-2, Kind::kName},       {-1, Kind::kName},
+        {0, Kind::kString},        {9, Kind::kString},      {10, Kind::kPoint},
+        {18, Kind::kPoint},        {19, Kind::kNone},       {20, Kind::kReal},
+        {39, Kind::kReal},         {59, Kind::kReal},       {60, Kind::kShort},
+        {79, Kind::kShort},        {80, Kind::kNone},       {90, Kind::kLong},
+        {99, Kind::kLong},         {100, Kind::kString},    {101, Kind::kNone},
+        {102, Kind::kString},      {105, Kind::kString},    {110, Kind::kPoint},
+        {112, Kind::kPoint},       {113, Kind::kReal},      {149, Kind::kReal},
+        {150, Kind::kNone},        {160, Kind::kInt64},     {210, Kind::kPoint},
+        {211, Kind::kReal},        {240, Kind::kNone},      {290, Kind::kShort},
+        {310, Kind::kBinary},      {320, Kind::kString},    {330, Kind::kName},
+        {369, Kind::kName},        {370, Kind::kShort},     {390, Kind::kName},
+        {420, Kind::kLong},        {430, Kind::kString},    {440, Kind::kLong},
+        {469, Kind::kReal},        {481, Kind::kName},      {482, Kind::kNone},
+        {999, Kind::kString},      {1000, Kind::kString},   {1004, Kind::kBinary},
+        {1010, Kind::kPoint},      {1014, Kind::kNone},     {1042, Kind::kReal},
+        {1043, Kind::kNone},       {1070, Kind::kShort},    {1071, Kind::kLong},
+        {1072, Kind::kNone},       {RTSHORT, Kind::kShort}, {RTANG, Kind::kReal},
+        {RT3DPOINT, Kind::kPoint}, {RTSTR, Kind::kString},  {RTDXF0, Kind::kString},
+        {RTPICKS, Kind::kName},    {RTLONG, Kind::kLong},   {RTLONG_PTR, Kind::kInt64},
+        {RTINT64, Kind::kInt64},   {RTLB, Kind::kNone},     {RTNONE, Kind::kNone},
+        {12345, Kind::kNone}};
+    for (const CodeKind& c : cases)
+        EXPECT_EQ(kdutValueKind(c.code), c.kind) << "code " << c.code;
+}
 
 std::vector<const resbuf*> entries(const resbuf* rb) {
     std::vector<const resbuf*> out;

@@ -3,7 +3,10 @@
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "Corpus.h"
+#include "DrawingTestSupport.h"
+#include "DxfDrawingCatalog.h"
+#include "tv/KdUtf8.h"
 
 #include <gtest/gtest.h>
 
@@ -16,10 +19,7 @@ using tvtest::addLayer;
 using tvtest::findLayer;
 using tvtest::reloaded;
 
-class ShowcaseLayers : public tvtest::DrawingFileTest {
-protected:
-    ShowcaseLayers() : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf") {}
-};
+class GeneratedLayers : public tvtest::DrawingTest {};
 
 // Sets every property of a layer, then checks them after a save and reload.
 void checkEveryPropertySurvivesASave(KdDbDatabase& db, const wchar_t* layerName) {
@@ -63,15 +63,53 @@ void checkEveryPropertySurvivesASave(KdDbDatabase& db, const wchar_t* layerName)
     EXPECT_EQ(layer->transparency(), KdCmTransparency(uint8_t{77}));
 }
 
-TEST(LayerRecordProperties, EverySetterSurvivesASaveOnANewDrawing) {
-    KdDbDatabase db;
-    addLayer(db, L"Walls");
-    checkEveryPropertySurvivesASave(db, L"Walls");
+TEST_F(GeneratedLayers, EverySetterSurvivesASave) {
+    checkEveryPropertySurvivesASave(m_db, L"Layer1"); // a true colour before
+    checkEveryPropertySurvivesASave(m_db, L"Layer4"); // a colour-book colour before
 }
 
-TEST_F(ShowcaseLayers, EverySetterSurvivesASave) {
-    checkEveryPropertySurvivesASave(m_db, L"Layer1");
-    checkEveryPropertySurvivesASave(m_db, L"Layer_true_color");
+// Each layer of a generated drawing reads with the properties the generator wrote, in both
+// versions it writes (R2000 has no true colours).
+TEST(LayerRecordRead, EveryPropertyAsTheGeneratorWroteIt) {
+    for (const tvtools::DxfVersion version :
+         {tvtools::DxfVersion::R2018, tvtools::DxfVersion::R2000}) {
+        tvtools::DxfGeneratorOptions options = tvtest::generatedDrawing();
+        options.version = version;
+        KdDbDatabase db(false);
+        std::string err;
+        ASSERT_EQ(db.readDxfBuffer(tvtools::generateDxf(options), &err), Kdad::eOk) << err;
+        for (const tvtools::Layer& want : tvtools::planDrawing(options).layers) {
+            SCOPED_TRACE(want.name + " in " + tvtools::dxfVersionName(version));
+            KdDbObjectPointer<KdDbLayerTableRecord> layer(db.objectIdOf(want.handle),
+                                                          KdDb::kForRead);
+            ASSERT_TRUE(layer);
+            EXPECT_EQ(tvToUtf8(layer->name().str()), want.name);
+            EXPECT_EQ(layer->isOff(), want.off);
+            EXPECT_EQ(layer->isFrozen(), (want.flags & 1) != 0);
+            EXPECT_EQ(layer->VPDFLT(), (want.flags & 2) != 0);
+            EXPECT_EQ(layer->isLocked(), (want.flags & 4) != 0);
+            EXPECT_EQ(layer->isPlottable(), want.plot);
+            const KdCmColor c = layer->color();
+            const bool r2018 = version == tvtools::DxfVersion::R2018;
+            if (r2018 && want.trueColor >= 0)
+                EXPECT_EQ(c.trueColor24(), static_cast<uint32_t>(want.trueColor));
+            else
+                EXPECT_EQ(c.colorIndex(), want.color);
+            const std::string book = r2018 && want.book ? want.book : "";
+            EXPECT_EQ(c.hasBookName() ? tvToUtf8(c.bookName()) + "$" + tvToUtf8(c.colorName())
+                                      : std::string(),
+                      book);
+            KdDbObjectPointer<KdDbSymbolTableRecord> lt(layer->linetypeObjectId(), KdDb::kForRead);
+            ASSERT_TRUE(lt);
+            EXPECT_EQ(tvToUtf8(lt->name().str()),
+                      tvtools::kLinetypes[static_cast<size_t>(want.linetype)].name);
+            EXPECT_EQ(static_cast<int>(layer->lineWeight()), want.lineweight);
+            EXPECT_EQ(tvToUtf8(layer->description().str()), want.description);
+            // Without one a layer is opaque.
+            EXPECT_EQ(layer->transparency().alpha(), want.alpha < 0 ? 255 : want.alpha);
+            EXPECT_TRUE(layer->transparency().isByAlpha());
+        }
+    }
 }
 
 TEST(LayerRecordProperties, OffAndOnKeepTheColour) {
@@ -116,40 +154,47 @@ void setLayerColor(KdDbDatabase& db, const wchar_t* name, const KdCmColor& color
     ASSERT_EQ(layer->setColor(color), Kdad::eOk);
 }
 
-TEST_F(ShowcaseLayers, ColoursReadAndWritten) {
-    {
-        KdDbObjectPointer<KdDbLayerTableRecord> off(layerId(L"Layer_Off"), KdDb::kForRead);
-        ASSERT_TRUE(off);
-        EXPECT_TRUE(off->isOff());
-        EXPECT_EQ(off->color().colorIndex(), 7);
-        KdDbObjectPointer<KdDbLayerTableRecord> vp(layerId(L"Layer_vp_freeze"), KdDb::kForRead);
-        ASSERT_TRUE(vp);
-        EXPECT_TRUE(vp->VPDFLT());
-        EXPECT_FALSE(vp->isFrozen());
-    }
-    const KdCmColor tc = layerColor(m_db, L"Layer_true_color");
+// Layers of a drawing from another program: off keeps the colour, frozen in new viewports,
+// a true colour and a colour-book colour.
+TEST(CorpusShowcaseLayers, PropertiesOfAnotherProgram) {
+    TV_REQUIRE_CORPUS("showcase_r2018.dxf");
+    KdDbDatabase db(false);
+    std::string err;
+    ASSERT_EQ(db.readDxfFile(tvtest::corpusFile("showcase_r2018.dxf").c_str(), &err), Kdad::eOk)
+        << err;
+    KdDbObjectPointer<KdDbLayerTableRecord> off(findLayer(db, L"Layer_Off"), KdDb::kForRead);
+    ASSERT_TRUE(off);
+    EXPECT_TRUE(off->isOff());
+    EXPECT_EQ(off->color().colorIndex(), 7);
+    KdDbObjectPointer<KdDbLayerTableRecord> vp(findLayer(db, L"Layer_vp_freeze"), KdDb::kForRead);
+    ASSERT_TRUE(vp);
+    EXPECT_TRUE(vp->VPDFLT());
+    EXPECT_FALSE(vp->isFrozen());
+    const KdCmColor tc = layerColor(db, L"Layer_true_color");
     EXPECT_TRUE(tc.isByColor());
     EXPECT_EQ(tc.trueColor24(), 1151726u);
-    const KdCmColor book = layerColor(m_db, L"Layer_color_book");
+    const KdCmColor book = layerColor(db, L"Layer_color_book");
     EXPECT_TRUE(book.isColorBookColor());
     EXPECT_STREQ(book.bookName(), L"DIC COLOR GUIDE(R)");
     EXPECT_STREQ(book.colorName(), L"DIC 7");
     EXPECT_EQ(book.trueColor24(), 16564615u);
+}
 
-    // A new colour-book colour replaces the old one and is written for R2018; a plain true
-    // colour drops the book.
+// A new colour-book colour replaces the old one and is written for R2018; a plain true colour
+// drops the book.
+TEST_F(GeneratedLayers, ColourBooksWrittenAndDropped) {
     KdCmColor c;
     ASSERT_EQ(c.setRGB(10, 20, 30), Kdad::eOk);
     ASSERT_EQ(c.setNames(L"Deep sea", L"My book"), Kdad::eOk);
     setLayerColor(m_db, L"Layer2", c);
     ASSERT_EQ(c.setRGB(200, 0, 0), Kdad::eOk);
-    setLayerColor(m_db, L"Layer_color_book", c);
+    setLayerColor(m_db, L"Layer4", c);
     auto copy = reloaded(m_db);
     const KdCmColor l2 = layerColor(*copy, L"Layer2");
     EXPECT_EQ(l2.trueColor24(), 0x0A141Eu);
     EXPECT_STREQ(l2.bookName(), L"My book");
     EXPECT_STREQ(l2.colorName(), L"Deep sea");
-    const KdCmColor plain = layerColor(*copy, L"Layer_color_book");
+    const KdCmColor plain = layerColor(*copy, L"Layer4");
     EXPECT_TRUE(plain.isByColor());
     EXPECT_FALSE(plain.hasBookName());
     EXPECT_EQ(plain.trueColor24(), 0xC80000u);
@@ -262,7 +307,7 @@ TEST(LayerRecordOpen, SettersNeedAWriteOpen) {
     EXPECT_TRUE(layer->description().isEmpty());
 }
 
-TEST_F(ShowcaseLayers, GenerateUsageDataMarksUsedLayers) {
+TEST_F(GeneratedLayers, GenerateUsageDataMarksUsedLayers) {
     auto generate = [this] {
         KdDbLayerTable* table = nullptr;
         ASSERT_EQ(m_db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
@@ -275,13 +320,11 @@ TEST_F(ShowcaseLayers, GenerateUsageDataMarksUsedLayers) {
         return layer && layer->isInUse();
     };
     generate();
-    EXPECT_TRUE(inUse(L"0"));
-    EXPECT_TRUE(inUse(L"Defpoints"));
-    EXPECT_TRUE(inUse(L"Layer1")); // model-space entities
-    EXPECT_TRUE(inUse(L"Layer_Lt_dash"));
-    EXPECT_TRUE(inUse(L"Layer_true_color")); // an MLINE and a TEXT
-    EXPECT_FALSE(inUse(L"Layer_desc"));
-    EXPECT_FALSE(inUse(L"Layer_lw_050"));
+    for (const wchar_t* name : {L"0", L"Layer1", L"Layer16"}) // entities, also when frozen
+        EXPECT_TRUE(inUse(name)) << KdString(name).utf8();
+    addLayer(L"Empty");
+    generate();
+    EXPECT_FALSE(inUse(L"Empty"));
 
     // A new empty layer made current is in use; the flag is recomputed on each call.
     ASSERT_EQ(m_db.setClayer(addLayer(L"Fresh")), Kdad::eOk);

@@ -1,6 +1,7 @@
 // The Host's layer state manager: states written in the module's xrecord form are listed,
 // restored under a mask that changes exactly the masked properties, and deleted.
-#include "host/db/DrawingTestSupport.h"
+#include "Corpus.h"
+#include "DrawingTestSupport.h"
 #include "KdDbAccess.h"
 
 #include "tv/KdDbAds.h"
@@ -12,7 +13,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -32,14 +32,11 @@ struct LayerProps {
     int lineWeight;
 };
 
-class LayerStateManagerTest : public tvtest::DrawingFileTest {
+class LayerStateManagerTest : public tvtest::DrawingTest {
 protected:
-    LayerStateManagerTest()
-        : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/ezdxf_viewport_frozen_layers.dxf") {}
-
     void SetUp() override {
-        DrawingFileTest::SetUp();
-        if (IsSkipped() || HasFatalFailure())
+        DrawingTest::SetUp();
+        if (HasFatalFailure())
             return;
         KdDbAccess::forEachObject(&m_db, [this](KdDbObject* obj) {
             auto* vp = dynamic_cast<KdDbViewport*>(obj);
@@ -248,10 +245,9 @@ TEST_F(LayerStateManagerTest, DeleteRemovesTheStateFromTheSavedDrawing) {
     EXPECT_EQ(mgr->layerStateMask(L"Kept"), 1023);
 }
 
-TEST(LayerStateManagerRealFile, StatesOfAnotherProgramAreListed) {
-    const std::string path = std::string(TV_TESTDATA_DIR) + "/netdxf_layerstates.dxf";
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << "shared/testdata not found: " << path;
+TEST(CorpusLayerStates, StatesOfAnotherProgramAreListed) {
+    TV_REQUIRE_CORPUS("netdxf_layerstates.dxf");
+    const std::string path = tvtest::corpusFile("netdxf_layerstates.dxf");
     KdDbDatabase db(false);
     std::string err;
     ASSERT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;

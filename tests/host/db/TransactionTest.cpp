@@ -1,4 +1,4 @@
-// Transactions on a real drawing: abort restores the text exactly, nesting, renamed layers.
+// Transactions on a generated drawing: abort restores the text exactly, nesting, renamed layers.
 #include "DxfTokenizer.h"
 #include "KdDbAccess.h"
 #include "tv/KdDbDatabase.h"
@@ -11,7 +11,7 @@
 #include "tv/KdDbXrecord.h"
 #include "tv/KdResbuf.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -23,19 +23,11 @@ namespace {
 
 using tvtest::firstDifference;
 
-class TransactionTest : public tvtest::DrawingFileTest {
+class TransactionTest : public tvtest::DrawingTest {
 protected:
-    TransactionTest() : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf") {}
-
-    /// A paper-space viewport other than the sheet itself.
+    /// A viewport of the first layout that does not freeze Layer2 or Layer9.
     KdDbObjectId someViewport() {
-        KdDbObjectId found;
-        KdDbAccess::forEachObject(&m_db, [&found](KdDbObject* obj) {
-            auto* vp = dynamic_cast<KdDbViewport*>(obj);
-            if (found.isNull() && vp && !vp->isErased() && vp->number() > 1)
-                found = vp->objectId();
-        });
-        return found;
+        return m_db.objectIdOf(tvtools::planDrawing(m_options).layouts[0].viewports[1].handle);
     }
 
     KdDbTransactionManager& tm() { return *m_db.transactionManager(); }
@@ -74,7 +66,7 @@ TEST_F(TransactionTest, AbortRestoresTheDrawingByteForByte) {
     addLayer(L"Brand new layer");
     rename(L"Layer1", L"Layer1 renamed");
     {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer_Lt_dash"), KdDb::kForWrite);
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer4"), KdDb::kForWrite);
         ASSERT_TRUE(layer);
         KdCmColor c;
         c.setRGB(1, 2, 3);
@@ -89,20 +81,20 @@ TEST_F(TransactionTest, AbortRestoresTheDrawingByteForByte) {
         EXPECT_EQ(layer->setTransparency(KdCmTransparency(uint8_t{100})), Kdad::eOk);
     }
     {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer_desc"), KdDb::kForWrite);
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer2"), KdDb::kForWrite);
         ASSERT_TRUE(layer);
         EXPECT_EQ(layer->setDescription(L""), Kdad::eOk);
         EXPECT_EQ(layer->setVPDFLT(true), Kdad::eOk);
         EXPECT_EQ(layer->setPlotStyleName(L"Style in transaction"), Kdad::eOk);
     }
     {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer_Freeze"), KdDb::kForWrite);
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer16"), KdDb::kForWrite);
         ASSERT_TRUE(layer);
         EXPECT_EQ(layer->setIsFrozen(false), Kdad::eOk);
         EXPECT_EQ(layer->setIsLocked(true), Kdad::eOk);
     }
     {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"app_layer"), KdDb::kForWrite);
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer13"), KdDb::kForWrite);
         ASSERT_TRUE(layer);
         EXPECT_EQ(layer->erase(), Kdad::eOk);
     }
@@ -111,8 +103,7 @@ TEST_F(TransactionTest, AbortRestoresTheDrawingByteForByte) {
     {
         KdDbObjectPointer<KdDbViewport> vp(vpId, KdDb::kForWrite);
         ASSERT_TRUE(vp);
-        EXPECT_EQ(vp->freezeLayersInViewport({layerId(L"Layer2"), layerId(L"Layer_lw_050")}),
-                  Kdad::eOk);
+        EXPECT_EQ(vp->freezeLayersInViewport({layerId(L"Layer2"), layerId(L"Layer9")}), Kdad::eOk);
         EXPECT_TRUE(vp->isLayerFrozenInViewport(layerId(L"Layer2")));
     }
     {
@@ -142,7 +133,7 @@ TEST_F(TransactionTest, AbortRestoresTheDrawingByteForByte) {
     EXPECT_FALSE(layerId(L"Layer1").isNull());
     EXPECT_TRUE(layerId(L"Layer1 renamed").isNull());
     EXPECT_TRUE(layerId(L"Brand new layer").isNull());
-    EXPECT_FALSE(layerId(L"app_layer").isNull());
+    EXPECT_FALSE(layerId(L"Layer13").isNull());
     KdDbObjectPointer<KdDbViewport> vp(vpId, KdDb::kForRead);
     ASSERT_TRUE(vp);
     EXPECT_FALSE(vp->isLayerFrozenInViewport(layerId(L"Layer2")));

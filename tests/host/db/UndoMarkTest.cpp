@@ -6,7 +6,7 @@
 #include "tv/KdDbTransactionManager.h"
 #include "KdDbUndoJournal.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +16,8 @@ namespace {
 
 using tvtest::firstDifference;
 
-class UndoMarkTest : public tvtest::DrawingFileTest {
+class UndoMarkTest : public tvtest::DrawingTest {
 protected:
-    UndoMarkTest() : DrawingFileTest(std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf") {}
     KdDbUndoJournal& journal() { return KdDbAccess::undoJournal(&m_db); }
 };
 
@@ -33,7 +32,7 @@ TEST_F(UndoMarkTest, UndoToMarkRestoresTheDrawingExactly) {
     setColor(L"Layer2", 6);
     setColor(L"Layer2", 2); // a second change of the same layer
     {
-        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"app_layer"), KdDb::kForWrite);
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(layerId(L"Layer13"), KdDb::kForWrite);
         ASSERT_TRUE(layer);
         ASSERT_EQ(layer->erase(), Kdad::eOk);
     }
@@ -48,7 +47,7 @@ TEST_F(UndoMarkTest, UndoToMarkRestoresTheDrawingExactly) {
     // Name lookups follow the restored records.
     EXPECT_FALSE(layerId(L"Layer1").isNull());
     EXPECT_TRUE(layerId(L"Layer1 renamed").isNull());
-    EXPECT_FALSE(layerId(L"app_layer").isNull());
+    EXPECT_FALSE(layerId(L"Layer13").isNull());
     EXPECT_TRUE(layerId(L"Added after the mark").isNull());
     // The undone name can be taken again, and the restored drawing reads back.
     EXPECT_FALSE(addLayer(L"Added after the mark").isNull());

@@ -8,28 +8,20 @@
 #include "tv/KdDbTransactionManager.h"
 #include "tv/KdDbViewport.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
+#include "Ezdxf.h"
+#include "TempDir.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
-
-const std::string kDrawing = std::string(TV_TESTDATA_DIR) + "/ezdxf_viewport_frozen_layers.dxf";
-
-// Handles in the drawing: three floating viewports, B1 without frozen layers, B8 freezing
-// Layer1 and BB freezing Layer2.
-constexpr uint64_t kVpPlain = 0xB1, kVpLayer1 = 0xB8, kVpLayer2 = 0xBB;
-constexpr uint64_t kLayer1 = 0x9F, kLayer2 = 0xA2, kLayer3 = 0xA3;
 
 using Handles = std::vector<uint64_t>;
 
@@ -46,11 +38,35 @@ Handles frozenHandles(KdDbDatabase& db, uint64_t vpHandle) {
     return out;
 }
 
-class ViewportTest : public tvtest::DrawingFileTest {
+class ViewportTest : public tvtest::DrawingTest {
 protected:
-    ViewportTest() : DrawingFileTest(kDrawing) {}
+    // Three floating viewports of the generated drawing set up as: kVpPlain without frozen
+    // layers, kVpLayer1 freezing Layer1 and kVpLayer2 freezing Layer2.
+    void SetUp() override {
+        DrawingTest::SetUp();
+        const tvtools::DxfDrawingPlan plan = tvtools::planDrawing(m_options);
+        kVpPlain = plan.layouts[0].viewports[1].handle;
+        kVpLayer1 = plan.layouts[0].viewports[2].handle;
+        kVpLayer2 = plan.layouts[1].viewports[1].handle;
+        kLayer1 = plan.layers[0].handle;
+        kLayer2 = plan.layers[1].handle;
+        kLayer3 = plan.layers[2].handle;
+        for (auto [vp, layer] :
+             {std::pair{kVpPlain, uint64_t{0}}, {kVpLayer1, kLayer1}, {kVpLayer2, kLayer2}}) {
+            KdDbObjectPointer<KdDbViewport> port(id(vp), KdDb::kForWrite);
+            ASSERT_TRUE(port);
+            ASSERT_EQ(port->thawAllLayersInViewport(), Kdad::eOk);
+            if (layer != 0) {
+                ASSERT_EQ(port->freezeLayersInViewport({id(layer)}), Kdad::eOk);
+            }
+        }
+        m_original = text();
+    }
 
     KdDbObjectId id(uint64_t handle) { return m_db.objectIdOf(handle); }
+
+    uint64_t kVpPlain = 0, kVpLayer1 = 0, kVpLayer2 = 0;
+    uint64_t kLayer1 = 0, kLayer2 = 0, kLayer3 = 0;
 
     Kdad::ErrorStatus freeze(uint64_t vpHandle, const std::vector<KdDbObjectId>& layers) {
         KdDbObjectPointer<KdDbViewport> vp(id(vpHandle), KdDb::kForWrite);
@@ -102,8 +118,7 @@ TEST_F(ViewportTest, FreezeRefusesWhatIsNotALayer) {
 
     // A layer of another drawing is not a layer of this one.
     KdDbDatabase other(false);
-    std::string err;
-    ASSERT_EQ(other.readDxfFile(kDrawing.c_str(), &err), Kdad::eOk) << err;
+    tvtest::readGenerated(other, m_options);
     EXPECT_EQ(freeze(kVpLayer1, {other.objectIdOf(kLayer3)}), Kdad::eInvalidInput);
 
     EXPECT_EQ(frozenHandles(m_db, kVpLayer1), Handles{kLayer1});
@@ -133,7 +148,7 @@ TEST_F(ViewportTest, FirstFrozenLayersGoBeforeTheStatusFlags) {
     EXPECT_EQ(std::count(codes.begin(), codes.end(), 331), 2);
 }
 
-// The lists after the abort are those of the file.
+// The lists after the abort are those before the transaction.
 TEST_F(ViewportTest, AbortUndoesFreezeAndThaw) {
     KdDbTransactionManager& tm = *m_db.transactionManager();
     ASSERT_NE(tm.startTransaction(), nullptr);
@@ -161,10 +176,14 @@ TEST_F(ViewportTest, LayerOverridesPerViewport) {
     ASSERT_EQ(red.setRGB(200, 10, 20), Kdad::eOk);
     ASSERT_EQ(blue.setColorIndex(5), Kdad::eOk);
     KdCmColor baseColor;
+    KdDb::LineWeight baseWeight = KdDb::kLnWtByLwDefault;
+    uint64_t baseLinetype = 0;
     {
         KdDbObjectPointer<KdDbLayerTableRecord> layer(id(kLayer1), KdDb::kForWrite);
         ASSERT_TRUE(layer);
         baseColor = layer->color();
+        baseWeight = layer->lineWeight();
+        baseLinetype = layer->linetypeObjectId().handle().value();
         EXPECT_FALSE(layer->hasOverrides(id(kVpLayer1)));
         ASSERT_EQ(layer->setColor(red, id(kVpLayer1)), Kdad::eOk);
         ASSERT_EQ(layer->setLineWeight(KdDb::kLnWt050, id(kVpLayer1)), Kdad::eOk);
@@ -182,25 +201,23 @@ TEST_F(ViewportTest, LayerOverridesPerViewport) {
         const KdDbObjectId plain = db.objectIdOf(kVpPlain);
         bool ovr = false;
         EXPECT_EQ(layer->color(), baseColor) << "the layer's own colour changed";
-        EXPECT_EQ(layer->lineWeight(), KdDb::kLnWtByLwDefault);
-        EXPECT_EQ(layer->linetypeObjectId(), db.continuousLinetype());
+        EXPECT_EQ(layer->lineWeight(), baseWeight);
+        EXPECT_EQ(layer->linetypeObjectId().handle().value(), baseLinetype);
 
         EXPECT_EQ(layer->color(vp1, ovr), vp1Overrides ? red : baseColor);
         EXPECT_EQ(ovr, vp1Overrides);
-        EXPECT_EQ(layer->lineWeight(vp1, ovr),
-                  vp1Overrides ? KdDb::kLnWt050 : KdDb::kLnWtByLwDefault);
+        EXPECT_EQ(layer->lineWeight(vp1, ovr), vp1Overrides ? KdDb::kLnWt050 : baseWeight);
         EXPECT_EQ(ovr, vp1Overrides);
         const KdDbObjectId lt = layer->linetypeObjectId(vp1, ovr);
         EXPECT_EQ(ovr, vp1Overrides);
-        EXPECT_EQ(lt.handle().value(), vp1Overrides ? dashed.handle().value()
-                                                    : db.continuousLinetype().handle().value());
+        EXPECT_EQ(lt.handle().value(), vp1Overrides ? dashed.handle().value() : baseLinetype);
         EXPECT_EQ(layer->hasOverrides(vp1), vp1Overrides);
 
         EXPECT_EQ(layer->color(vp2, ovr), blue);
         EXPECT_TRUE(ovr);
         EXPECT_EQ(layer->lineWeight(vp2, ovr), KdDb::kLnWt211);
         EXPECT_TRUE(ovr);
-        EXPECT_EQ(layer->linetypeObjectId(vp2, ovr), db.continuousLinetype());
+        EXPECT_EQ(layer->linetypeObjectId(vp2, ovr).handle().value(), baseLinetype);
         EXPECT_FALSE(ovr);
         EXPECT_TRUE(layer->hasOverrides(vp2));
 
@@ -227,7 +244,7 @@ TEST_F(ViewportTest, LayerOverridesPerViewport) {
 }
 
 TEST_F(ViewportTest, OverrideRecordsAreReadableByEzdxf) {
-    if (std::system("/usr/bin/python3 -c 'import ezdxf' >/dev/null 2>&1") != 0)
+    if (!tvtest::hasEzdxf())
         GTEST_SKIP() << "python3 with ezdxf is not available";
     KdCmColor green;
     ASSERT_EQ(green.setColorIndex(3), Kdad::eOk);
@@ -237,36 +254,24 @@ TEST_F(ViewportTest, OverrideRecordsAreReadableByEzdxf) {
         ASSERT_EQ(layer->setColor(green, id(kVpLayer2)), Kdad::eOk);
         ASSERT_EQ(layer->setLineWeight(KdDb::kLnWt100, id(kVpLayer2)), Kdad::eOk);
     }
-    const auto dir =
-        std::filesystem::temp_directory_path() /
-        ("tv_vp_ovr_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
-         std::to_string(reinterpret_cast<uintptr_t>(this)));
-    std::filesystem::create_directories(dir);
+    const tvtest::TempDir dir("tv-vp-ovr");
     const std::string dxf = (dir / "ovr.dxf").string();
-    const std::string script = (dir / "check.py").string();
     std::string err;
     ASSERT_EQ(m_db.saveAs(dxf.c_str(), &err), Kdad::eOk) << err;
-    {
-        std::ofstream py(script);
-        py << "import sys, ezdxf\n"
-              "doc = ezdxf.readfile(sys.argv[1])\n"
-              "layer = doc.layers.get('Layer3')\n"
-              "xd = layer.get_extension_dict()\n"
-              "keys = set(xd.keys())\n"
-              "for k in ('ADSK_XREC_LAYER_COLOR_OVR', 'ADSK_XREC_LAYER_LINEWT_OVR'):\n"
-              "    if k not in keys:\n"
-              "        sys.exit('missing ' + k + ' in ' + repr(sorted(keys)))\n"
-              "tags = [(t.code, t.value) for t in xd['ADSK_XREC_LAYER_COLOR_OVR'].tags]\n"
-              "if not any(c == 335 and str(v).upper() == 'BB' for c, v in tags):\n"
-              "    sys.exit('no pointer to viewport BB: ' + repr(tags))\n";
-    }
-    const std::string cmd = "/usr/bin/python3 '" + script + "' '" + dxf + "' > '" +
-                            (dir / "out.txt").string() + "' 2>&1";
-    const int rc = std::system(cmd.c_str());
-    std::ifstream out(dir / "out.txt");
-    std::string msg((std::istreambuf_iterator<char>(out)), std::istreambuf_iterator<char>());
-    EXPECT_EQ(rc, 0) << msg;
-    std::filesystem::remove_all(dir);
+    const std::string script =
+        "import sys, ezdxf\n"
+        "doc = ezdxf.readfile(sys.argv[1])\n"
+        "layer = doc.layers.get('Layer3')\n"
+        "xd = layer.get_extension_dict()\n"
+        "keys = set(xd.keys())\n"
+        "for k in ('ADSK_XREC_LAYER_COLOR_OVR', 'ADSK_XREC_LAYER_LINEWT_OVR'):\n"
+        "    if k not in keys:\n"
+        "        sys.exit('missing ' + k + ' in ' + repr(sorted(keys)))\n"
+        "tags = [(t.code, t.value) for t in xd['ADSK_XREC_LAYER_COLOR_OVR'].tags]\n"
+        "if not any(c == 335 and int(str(v), 16) == int(sys.argv[2]) for c, v in tags):\n"
+        "    sys.exit('no pointer to the viewport: ' + repr(tags))\n";
+    std::string output;
+    EXPECT_EQ(tvtest::runEzdxf(script, dxf, std::to_string(kVpLayer2), &output), 0) << output;
 }
 
 } // namespace

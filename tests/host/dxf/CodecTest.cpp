@@ -4,11 +4,11 @@
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "Corpus.h"
+#include "DrawingTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 namespace {
@@ -88,23 +88,19 @@ KdString layerNameOf(KdDbObjectId id) {
     return layer ? layer->name() : KdString();
 }
 
-// A test drawing read into a database; the test is skipped when the file is missing.
-class DxfCodecDrawings : public ::testing::Test {
+// Real drawings whose texts other programs encoded in their own ways.
+class CorpusCodec : public ::testing::Test {
 protected:
-    bool load(const char* name) {
-        const std::string path = std::string(TV_TESTDATA_DIR) + "/" + name;
-        if (!std::filesystem::exists(path))
-            return false;
+    void load(const char* name) {
         std::string err;
-        EXPECT_EQ(m_db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
-        return true;
+        ASSERT_EQ(m_db.readDxfFile(tvtest::corpusFile(name).c_str(), &err), Kdad::eOk) << err;
     }
     KdDbDatabase m_db{false};
 };
 
-TEST_F(DxfCodecDrawings, R12EscapedLayerNameDecodesAndSurvivesASave) {
-    if (!load("ezdxf_ascii_r12_escapes.dxf"))
-        GTEST_SKIP() << "ezdxf_ascii_r12_escapes.dxf is missing";
+TEST_F(CorpusCodec, R12EscapedLayerNameDecodesAndSurvivesASave) {
+    TV_REQUIRE_CORPUS("ezdxf_ascii_r12_escapes.dxf");
+    load("ezdxf_ascii_r12_escapes.dxf");
     // \U+039B\U+0391\U+0393\U+0395\U+03A1 then the cp1252 bytes C4 DC D6.
     const std::wstring expected = L"\u039B\u0391\u0393\u0395\u03A1\u00C4\u00DC\u00D6";
     const KdDbObjectId id = findLayer(m_db, expected.c_str());
@@ -114,9 +110,9 @@ TEST_F(DxfCodecDrawings, R12EscapedLayerNameDecodesAndSurvivesASave) {
     EXPECT_EQ(layerNameOf(tvtest::reloaded(m_db)->clayer()).str(), expected);
 }
 
-TEST_F(DxfCodecDrawings, R2010DrawingIsUtf8WhateverItsCodePageSays) {
-    if (!load("cyrillic_utf8_r2010.dxf"))
-        GTEST_SKIP() << "cyrillic_utf8_r2010.dxf is missing";
+TEST_F(CorpusCodec, R2010DrawingIsUtf8WhateverItsCodePageSays) {
+    TV_REQUIRE_CORPUS("cyrillic_utf8_r2010.dxf");
+    load("cyrillic_utf8_r2010.dxf");
     EXPECT_FALSE(
         findLayer(m_db, L"\u0424\u0443\u043D\u0434\u0430\u043C\u0435\u043D\u0442").isNull());
     EXPECT_FALSE(
@@ -124,14 +120,17 @@ TEST_F(DxfCodecDrawings, R2010DrawingIsUtf8WhateverItsCodePageSays) {
         << "lookup should ignore the case of Cyrillic letters as well";
 }
 
-TEST_F(DxfCodecDrawings, NewLayerNameIsEscapedInACodePageDrawing) {
-    if (!load("showcase_r2000.dxf"))
-        GTEST_SKIP() << "showcase_r2000.dxf is missing";
+// An R2000 drawing in code page ANSI_1252 writes what the code page lacks as escapes.
+TEST(DxfCodecDrawing, NewLayerNameIsEscapedInACodePageDrawing) {
+    tvtools::DxfGeneratorOptions options = tvtest::generatedDrawing();
+    options.version = tvtools::DxfVersion::R2000;
+    KdDbDatabase db(false);
+    tvtest::readGenerated(db, options);
     const std::wstring name = L"\u65E5\u672C \u00E9";
-    ASSERT_FALSE(tvtest::addLayer(m_db, name.c_str()).isNull());
-    const std::string saved = tvtest::drawingText(m_db);
+    ASSERT_FALSE(tvtest::addLayer(db, name.c_str()).isNull());
+    const std::string saved = tvtest::drawingText(db);
     EXPECT_NE(saved.find("\\U+65E5\\U+672C \xE9"), std::string::npos);
-    EXPECT_FALSE(findLayer(*tvtest::reloaded(m_db), name.c_str()).isNull());
+    EXPECT_FALSE(findLayer(*tvtest::reloaded(db), name.c_str()).isNull());
 }
 
 } // namespace

@@ -9,7 +9,8 @@
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbViewport.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "Corpus.h"
+#include "DrawingTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -146,10 +147,9 @@ TEST(R12Upgrade, SavedDrawingReadsBackUnchanged) {
     EXPECT_EQ(entityTypes(db), entityTypes(*again));
 }
 
-TEST(R12Upgrade, RealR12DrawingKeepsEveryEntity) {
-    const std::string path = std::string(TV_TESTDATA_DIR) + "/showcase_r12.dxf";
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << "shared/testdata not found: " << path;
+TEST(CorpusR12Upgrade, RealR12DrawingKeepsEveryEntity) {
+    TV_REQUIRE_CORPUS("showcase_r12.dxf");
+    const std::string path = tvtest::corpusFile("showcase_r12.dxf");
     KdDbDatabase db(false);
     std::string err;
     ASSERT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;

@@ -7,7 +7,7 @@
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdUndoController.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
 
 #include <gtest/gtest.h>
 

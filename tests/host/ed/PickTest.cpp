@@ -9,7 +9,8 @@
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdInput.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
+#include "TempDir.h"
 
 #include <gtest/gtest.h>
 
@@ -118,10 +119,6 @@ struct Picked {
 class PickTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        static int serial = 0;
-        m_dir = fs::temp_directory_path() /
-                ("tv-pick-" + std::to_string(getpid()) + "-" + std::to_string(++serial));
-        fs::create_directories(m_dir);
         kdedSetInputSource(&m_script);
         kdedCaptureOutput();
     }
@@ -130,14 +127,11 @@ protected:
         kdedSetInputSource(nullptr);
         kdedSetOutputStream(nullptr);
         kdedSetShortVar(L"ERRNO", 0);
-        std::error_code ec;
-        fs::remove_all(m_dir, ec);
     }
 
     fs::path write(const std::string& name, const std::string& text) {
         const fs::path file = m_dir / name;
-        fs::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << text;
+        tvtest::writeBytes(file, text);
         return file;
     }
 
@@ -214,7 +208,8 @@ protected:
         return out;
     }
 
-    fs::path m_dir;
+    const tvtest::TempDir m_tmp{"tv-pick"};
+    const fs::path m_dir = m_tmp.path();
     KdEdScriptInput m_script;
     std::unique_ptr<KdDbDatabase> m_db;
 };

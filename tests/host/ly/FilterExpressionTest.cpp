@@ -1,4 +1,4 @@
-// Filter expressions against the layers of a real drawing: every field, AND over OR,
+// Filter expressions against the layers of a generated drawing: every field, AND over OR,
 // parentheses and blanks, quoted patterns, and the messages of malformed expressions.
 #include "tv/KdDbDatabase.h"
 #include "KdDbAccess.h"
@@ -9,10 +9,11 @@
 #include "tv/KdLyLayerFilterManager.h"
 #include "tv/KdUtf8.h"
 
+#include "DrawingTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <functional>
 #include <set>
 #include <string>
@@ -20,17 +21,18 @@
 
 namespace {
 
-const std::string kShowcase = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
-
 using Names = std::set<std::wstring>;
 
 class FilterExpressionTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!std::filesystem::exists(kShowcase))
-            GTEST_SKIP() << kShowcase << " is missing";
+        // The generator's own layer names: "A-Lite-Otln-0001", "M-GLAZ-0005" (off),
+        // "S DUCT FULL 0011", "L-TOPO-PATT-0015" (locked), "I_DUCT_HIDD_0016" (frozen) ...
         std::string err;
-        ASSERT_EQ(m_db.readDxfFile(kShowcase.c_str(), &err), Kdad::eOk) << err;
+        ASSERT_EQ(m_db.readDxfBuffer(tvtools::generateDxf(tvtest::generatedDrawing()), &err),
+                  Kdad::eOk)
+            << err;
+        tvtest::addLayer(m_db, L"Unused");
         KdDbLayerTable* table = nullptr;
         ASSERT_EQ(m_db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
         table->generateUsageData();
@@ -108,12 +110,10 @@ TEST_F(FilterExpressionTest, BooleanFieldsSelectByTheLayerFlags) {
 }
 
 TEST(FilterViewportTest, ViewportFreezeFollowsTheManagersViewport) {
-    const std::string path = std::string(TV_TESTDATA_DIR) + "/ezdxf_viewport_frozen_layers.dxf";
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << path << " is missing";
     KdDbDatabase db(false);
     std::string err;
-    ASSERT_EQ(db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
+    ASSERT_EQ(db.readDxfBuffer(tvtools::generateDxf(tvtest::generatedDrawing()), &err), Kdad::eOk)
+        << err;
     // A viewport of the drawing that freezes some layer.
     KdDbObjectId vpId;
     KdDbAccess::forEachObject(&db, [&](KdDbObject* obj) {
@@ -196,19 +196,18 @@ TEST_F(FilterExpressionTest, ValueFieldsSelectByTheLayerProperties) {
                       }));
         }
     });
-    // The drawing's special layers are among what the loops above looked at.
-    EXPECT_EQ(admitted(L"LINEWEIGHT==\"0.35\"").count(L"Layer_lw_035"), 1u);
-    EXPECT_EQ(admitted(L"COLOR==\"80\"").count(L"Layer_color_80"), 1u);
-    EXPECT_FALSE(admitted(L"TRANSPARENCY==\"0\"").count(L"Layer_transp_70"));
+    // Layers of the drawing with a lineweight, a colour book and a transparency.
+    EXPECT_EQ(admitted(L"LINEWEIGHT==\"1.58\""), (Names{L"M-POWR-0003"}));
+    EXPECT_EQ(admitted(L"COLOR==\"RAL CLASSIC$RAL 7035\""), (Names{L"P-FURN-FULL-0004"}));
+    EXPECT_FALSE(admitted(L"TRANSPARENCY==\"0\"").count(L"P-FURN-FULL-0004"));
 }
 
 TEST_F(FilterExpressionTest, TextFieldsTakeWildCardPatterns) {
     // The linetype of the dashed layer, by its name and by a pattern.
     std::wstring dashName;
     {
-        KdDbObjectPointer<KdDbLayerTableRecord> dashed(m_layers[0], KdDb::kForRead);
         forEachLayer([&](const KdDbLayerTableRecord& l) {
-            if (l.name().str() == L"Layer_Lt_dash") {
+            if (l.name().str() == L"M-GLAZ-0005") {
                 KdDbObjectPointer<KdDbLinetypeTableRecord> lt(l.linetypeObjectId(), KdDb::kForRead);
                 if (lt)
                     dashName = lt->name().str();
@@ -221,7 +220,7 @@ TEST_F(FilterExpressionTest, TextFieldsTakeWildCardPatterns) {
         return lt && tvEqualsNoCase(lt->name().str(), dashName);
     };
     const Names dashed = admitted((L"LINETYPE==\"" + dashName + L"\"").c_str());
-    EXPECT_TRUE(dashed.count(L"Layer_Lt_dash"));
+    EXPECT_TRUE(dashed.count(L"M-GLAZ-0005"));
     EXPECT_EQ(dashed, where(sameLinetype));
     EXPECT_EQ(admitted((L"LINETYPE==\"*" + dashName.substr(2) + L"\"").c_str()),
               where(sameLinetype));
@@ -229,26 +228,24 @@ TEST_F(FilterExpressionTest, TextFieldsTakeWildCardPatterns) {
     const Names described = admitted(L"DESCRIPTION==\"?*\"");
     EXPECT_EQ(described,
               where([](const KdDbLayerTableRecord& l) { return !l.description().isEmpty(); }));
-    EXPECT_TRUE(described.count(L"Layer_desc"));
+    EXPECT_TRUE(described.count(L"A-Lite-Otln-0001"));
 
-    const auto startsWithLayer = [](const KdDbLayerTableRecord& l) {
-        return l.name().str().rfind(L"Layer", 0) == 0;
+    const auto mechanical = [](const KdDbLayerTableRecord& l) {
+        return l.name().str().rfind(L"M", 0) == 0;
     };
-    EXPECT_EQ(admitted(L"NAME==\"layer*\""), where(startsWithLayer));
+    EXPECT_EQ(admitted(L"NAME==\"m*\""), where(mechanical));
     // Blanks and parentheses as real files carry them.
-    EXPECT_EQ(admitted(L"( NAME== \"Layer*\" )"), where(startsWithLayer));
-    EXPECT_EQ(admitted(L"NAME==\"~Layer*\""),
-              where([&](const KdDbLayerTableRecord& l) { return !startsWithLayer(l); }));
-    EXPECT_EQ(admitted(L"NAME==\"Layer_lw_0[35]#\""), where([](const KdDbLayerTableRecord& l) {
-                  const std::wstring n = l.name().str();
-                  return n.size() == 12 && n.rfind(L"Layer_lw_0", 0) == 0 &&
-                         (n[10] == L'3' || n[10] == L'5') && n[11] >= L'0' && n[11] <= L'9';
-              }));
-    EXPECT_EQ(admitted(L"NAME==\"Layer_Off,Layer_Lock\""), (Names{L"Layer_Off", L"Layer_Lock"}));
+    EXPECT_EQ(admitted(L"( NAME== \"M*\" )"), where(mechanical));
+    EXPECT_EQ(admitted(L"NAME==\"~M*\""),
+              where([&](const KdDbLayerTableRecord& l) { return !mechanical(l); }));
+    EXPECT_EQ(admitted(L"NAME==\"[AM]-*-000#\""),
+              (Names{L"A-Lite-Otln-0001", L"M-POWR-0003", L"M-GLAZ-0005"}));
+    EXPECT_EQ(admitted(L"NAME==\"S DUCT*,l-topo-patt-0015\""),
+              (Names{L"S DUCT FULL 0011", L"L-TOPO-PATT-0015"}));
 }
 
 TEST_F(FilterExpressionTest, AndBindsTighterThanOrAndParenthesesRegroup) {
-    const Names a = admitted(L"NAME==\"Layer_Off\"");
+    const Names a = admitted(L"NAME==\"M-POWR-0003\"");
     const Names frozen = admitted(L"FROZEN==\"TRUE\"");
     const Names off = admitted(L"OFF==\"TRUE\"");
     ASSERT_EQ(a.size(), 1u);
@@ -261,25 +258,28 @@ TEST_F(FilterExpressionTest, AndBindsTighterThanOrAndParenthesesRegroup) {
     for (const auto& n : off)
         if (a.count(n) || frozen.count(n))
             expectedGrouped.insert(n);
-    const Names tight = admitted(L"NAME==\"Layer_Off\" OR FROZEN==\"TRUE\" AND OFF==\"TRUE\"");
-    const Names grouped = admitted(L"(NAME==\"Layer_Off\" OR FROZEN==\"TRUE\") AND OFF==\"TRUE\"");
+    const Names tight = admitted(L"NAME==\"M-POWR-0003\" OR FROZEN==\"TRUE\" AND OFF==\"TRUE\"");
+    const Names grouped =
+        admitted(L"(NAME==\"M-POWR-0003\" OR FROZEN==\"TRUE\") AND OFF==\"TRUE\"");
+    ASSERT_NE(expectedTight, expectedGrouped) << "the drawing cannot tell the two apart";
     EXPECT_EQ(tight, expectedTight);
     EXPECT_EQ(grouped, expectedGrouped);
     // Keywords and fields ignore case; blanks and line breaks separate tokens.
-    EXPECT_EQ(admitted(L"name==\"layer_off\"\n or\tfrozen==\"true\" and Off==\"TRUE\""), tight);
+    EXPECT_EQ(admitted(L"name==\"m-powr-0003\"\n or\tfrozen==\"true\" and Off==\"TRUE\""), tight);
     // The empty expression admits everything.
     EXPECT_EQ(admitted(L"  ").size(), m_layers.size());
 }
 
 TEST_F(FilterExpressionTest, NestedPropertyFiltersNarrowTheirParent) {
     auto* parent = new KdLyLayerFilter;
-    ASSERT_EQ(parent->setName(L"Layers"), Kdad::eOk);
-    ASSERT_EQ(parent->setFilterExpression(L"NAME==\"Layer*\""), Kdad::eOk);
+    ASSERT_EQ(parent->setName(L"Mechanical"), Kdad::eOk);
+    ASSERT_EQ(parent->setFilterExpression(L"NAME==\"M*\""), Kdad::eOk);
     auto* child = new KdLyLayerFilter;
     ASSERT_EQ(child->setName(L"Off"), Kdad::eOk);
     ASSERT_EQ(child->setFilterExpression(L"OFF==\"TRUE\" OR NAME==\"0\""), Kdad::eOk);
     ASSERT_EQ(parent->addNested(child), Kdad::eOk);
-    EXPECT_EQ(admitted(*child), admitted(L"NAME==\"Layer*\" AND OFF==\"TRUE\""));
+    EXPECT_EQ(admitted(*child), admitted(L"NAME==\"M*\" AND OFF==\"TRUE\""));
+    EXPECT_FALSE(admitted(*child).empty());
     EXPECT_FALSE(admitted(*child).count(L"0"));
     delete parent;
 }

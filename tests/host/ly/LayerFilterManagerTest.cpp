@@ -8,22 +8,22 @@
 #include "tv/KdLyLayerFilter.h"
 #include "tv/KdLyLayerFilterManager.h"
 
-#include "../db/DrawingTestSupport.h"
+#include "Corpus.h"
+#include "DrawingTestSupport.h"
+#include "Ezdxf.h"
+#include "TempDir.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
-const std::string kShowcase = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
+const char* const kShowcase = "showcase_r2018.dxf";
 
 struct Tree {
     std::unique_ptr<KdLyLayerFilter> root;
@@ -252,46 +252,55 @@ TEST_F(LayerFilterTreeTest, SetFiltersRefusesForeignCurrentFilter) {
     EXPECT_EQ(kdlyGetLayerFilterManager(&m_db), mgr);
 }
 
-// The showcase drawing with filters added in the forms other programs write: a property
-// filter with blanks and parentheses, a record of a kind we do not know, and the older form.
-std::string showcaseWithFilters() {
-    std::ifstream in(kShowcase, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    std::string s = ss.str();
-    const std::string lyHead = "  3\nACLYDICTIONARY\n360\n28F\n";
-    const std::string lyTail = "AcDbDictionary\n281\n     1\n1001\nACAD\n1000\n<All\n";
-    const size_t h = s.find(lyHead);
-    const size_t l = s.find(lyTail);
-    if (h == std::string::npos || l == std::string::npos)
+// The generated drawing with a filter of ours, "Mine", stored by the manager, and filters
+// added in the forms other programs write: a property filter with blanks and parentheses, a
+// record of a kind we do not know, and the older form.
+std::string drawingWithForeignFilters() {
+    KdDbDatabase db(false);
+    tvtest::readGenerated(db, tvtest::generatedDrawing());
+    Tree t = loadTree(db);
+    EXPECT_EQ(t.root->addNested(newFilter(L"Mine", L"NAME==\"Layer2\"")), Kdad::eOk);
+    EXPECT_EQ(kdlyGetLayerFilterManager(&db)->setFilters(t.root.get(), t.root.get()), Kdad::eOk);
+    kdlyReleaseLayerFilterManager(&db);
+    std::string s = tvtest::drawingText(db);
+
+    // The layer table's extension dictionary holds the filter dictionary, which ends with the
+    // name of the current filter in its extended data.
+    const std::string lyKey = "  3\nACLYDICTIONARY\n360\n";
+    const size_t key = s.find(lyKey);
+    const std::string lyTail = "1001\nACAD\n1000\n<All\n";
+    const size_t tail = s.find(lyTail);
+    const size_t end = s.rfind("  0\nENDSEC\n");
+    if (key == std::string::npos || tail == std::string::npos || end == std::string::npos)
         return {};
-    auto xrec = [](const char* handle, const char* owner, const std::string& data) {
+    const size_t lyAt = key + lyKey.size();
+    const std::string ly = s.substr(lyAt, s.find('\n', lyAt) - lyAt);
+    const size_t xdictAt = s.rfind("\n  5\n", key) + 5;
+    const std::string xdict = s.substr(xdictAt, s.find('\n', xdictAt) - xdictAt);
+
+    auto xrec = [](const char* handle, const std::string& owner, const std::string& data) {
         return std::string("  0\nXRECORD\n  5\n") + handle + "\n102\n{ACAD_REACTORS\n330\n" +
                owner + "\n102\n}\n330\n" + owner + "\n100\nAcDbXrecord\n280\n     1\n" + data;
     };
     const std::string objects =
-        xrec("FFF01", "28F",
-             "  1\nAcLyLayerFilter\n 90\n     1\n300\nReal\n301\n( NAME== \"Layer_l*\" )\n") +
-        xrec("FFF02", "28F", "  1\nAcLyLayerSomethingElse\n 90\n     7\n300\nOpaque\n") +
-        "  0\nDICTIONARY\n  5\nFFF10\n102\n{ACAD_REACTORS\n330\n18E\n102\n}\n330\n18E\n"
-        "100\nAcDbDictionary\n281\n     1\n  3\nOld\n350\nFFF11\n  3\nGone\n350\nFFF12\n" +
+        xrec("FFF01", ly,
+             "  1\nAcLyLayerFilter\n 90\n     1\n300\nReal\n301\n( NAME== \"Layer1*\" )\n") +
+        xrec("FFF02", ly, "  1\nAcLyLayerSomethingElse\n 90\n     7\n300\nOpaque\n") +
+        "  0\nDICTIONARY\n  5\nFFF10\n102\n{ACAD_REACTORS\n330\n" + xdict + "\n102\n}\n330\n" +
+        xdict + "\n100\nAcDbDictionary\n281\n     1\n  3\nOld\n350\nFFF11\n  3\nGone\n350\nFFF12\n" +
         xrec("FFF11", "FFF10", "  1\nOld\n  1\nLayer_O*\n  1\n*\n 70\n     0\n") +
         xrec("FFF12", "FFF10", "  1\nGone\n  1\nLayer_F*\n");
-    std::string out = s.substr(0, h) + lyHead + "  3\nACAD_LAYERFILTERS\n360\nFFF10\n";
-    out += s.substr(h + lyHead.size(), l - h - lyHead.size());
-    out += "AcDbDictionary\n281\n     1\n  3\n*A1\n350\nFFF01\n  3\n*A2\n350\nFFF02\n"
-           "1001\nACAD\n1000\n<All\n";
-    out += objects;
-    out += s.substr(l + lyTail.size());
-    return out;
+    return s.substr(0, key) + lyKey + ly + "\n  3\nACAD_LAYERFILTERS\n360\nFFF10\n" +
+           s.substr(lyAt + ly.size() + 1, tail - lyAt - ly.size() - 1) +
+           "  3\n*A8\n350\nFFF01\n  3\n*A9\n350\nFFF02\n" + lyTail +
+           s.substr(tail + lyTail.size(), end - tail - lyTail.size()) + objects + s.substr(end);
 }
 
-TEST(LayerFilterFileTest, RealDrawingKeepsItsFilterDictionaryTagForTag) {
-    if (!std::filesystem::exists(kShowcase))
-        GTEST_SKIP() << kShowcase << " is missing";
+TEST(CorpusLayerFilterFile, RealDrawingKeepsItsFilterDictionaryTagForTag) {
+    TV_REQUIRE_CORPUS(kShowcase);
     KdDbDatabase db(false);
     std::string err;
-    ASSERT_EQ(db.readDxfFile(kShowcase.c_str(), &err), Kdad::eOk) << err;
+    ASSERT_EQ(db.readDxfFile(tvtest::corpusFile(kShowcase).c_str(), &err), Kdad::eOk) << err;
     const std::string before = tvtest::drawingText(db);
     ASSERT_NE(before.find("ACLYDICTIONARY"), std::string::npos);
     Tree t = loadTree(db);
@@ -303,9 +312,7 @@ TEST(LayerFilterFileTest, RealDrawingKeepsItsFilterDictionaryTagForTag) {
 }
 
 TEST(LayerFilterFileTest, OtherProgramsRecordsAndTheOlderFormAreReadAndKept) {
-    if (!std::filesystem::exists(kShowcase))
-        GTEST_SKIP() << kShowcase << " is missing";
-    const std::string text = showcaseWithFilters();
+    const std::string text = drawingWithForeignFilters();
     ASSERT_FALSE(text.empty());
     KdDbDatabase db(false);
     std::string err;
@@ -313,13 +320,13 @@ TEST(LayerFilterFileTest, OtherProgramsRecordsAndTheOlderFormAreReadAndKept) {
     const std::string before = tvtest::drawingText(db);
     Tree t = loadTree(db);
     // "Opaque" is of an unknown kind and not listed; "Old" and "Gone" come from the old form.
-    EXPECT_EQ(shape(t.root.get()), L"All(All Used Layers,Gone,Old,Real)");
+    EXPECT_EQ(shape(t.root.get()), L"All(All Used Layers,Gone,Mine,Old,Real)");
     KdLyLayerFilter* real = t.root->findNested(L"Real");
     ASSERT_TRUE(real);
-    EXPECT_EQ(real->filterExpression().str(), L"( NAME== \"Layer_l*\" )");
+    EXPECT_EQ(real->filterExpression().str(), L"( NAME== \"Layer1*\" )");
     EXPECT_EQ(t.root->findNested(L"Old")->filterExpression().str(), L"NAME==\"Layer_O*\"");
-    const KdDbObjectId lw = tvtest::findLayer(db, L"Layer_lw_035");
-    KdDbObjectPointer<KdDbLayerTableRecord> layer(lw, KdDb::kForRead);
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(tvtest::findLayer(db, L"Layer12"),
+                                                  KdDb::kForRead);
     EXPECT_TRUE(real->filter(layer.get()));
 
     // The user deletes "Gone" and stores the tree.
@@ -338,19 +345,17 @@ TEST(LayerFilterFileTest, OtherProgramsRecordsAndTheOlderFormAreReadAndKept) {
 
     std::unique_ptr<KdDbDatabase> back = tvtest::reloaded(db);
     Tree r = loadTree(*back);
-    EXPECT_EQ(shape(r.root.get()), L"All(All Used Layers,Old,Real)");
+    EXPECT_EQ(shape(r.root.get()), L"All(All Used Layers,Mine,Old,Real)");
     EXPECT_EQ(r.current->name().str(), L"Real");
     kdlyReleaseLayerFilterManager(&db);
     kdlyReleaseLayerFilterManager(back.get());
 }
 
 TEST(LayerFilterFileTest, BadExpressionsFromAFileAreKeptButAdmitNothing) {
-    if (!std::filesystem::exists(kShowcase))
-        GTEST_SKIP() << kShowcase << " is missing";
-    std::string text = showcaseWithFilters();
+    std::string text = drawingWithForeignFilters();
     ASSERT_FALSE(text.empty());
-    const std::string good = "( NAME== \"Layer_l*\" )";
-    text.replace(text.find(good), good.size(), "NAME== \"Layer_l*\" AND (");
+    const std::string good = "( NAME== \"Layer1*\" )";
+    text.replace(text.find(good), good.size(), "NAME== \"Layer1*\" AND (");
     KdDbDatabase db(false);
     std::string err;
     ASSERT_EQ(db.readDxfBuffer(text, &err), Kdad::eOk) << err;
@@ -359,7 +364,7 @@ TEST(LayerFilterFileTest, BadExpressionsFromAFileAreKeptButAdmitNothing) {
     KdLyLayerFilter* real = t.root->findNested(L"Real");
     ASSERT_TRUE(real);
     EXPECT_FALSE(real->expressionError().isEmpty());
-    KdDbObjectPointer<KdDbLayerTableRecord> layer(tvtest::findLayer(db, L"Layer_lw_035"),
+    KdDbObjectPointer<KdDbLayerTableRecord> layer(tvtest::findLayer(db, L"Layer12"),
                                                   KdDb::kForRead);
     EXPECT_FALSE(real->filter(layer.get()));
     ASSERT_EQ(kdlyGetLayerFilterManager(&db)->setFilters(t.root.get(), nullptr), Kdad::eOk);
@@ -368,8 +373,8 @@ TEST(LayerFilterFileTest, BadExpressionsFromAFileAreKeptButAdmitNothing) {
 }
 
 TEST(LayerFilterFileTest, EzdxfFindsTheStoredFilters) {
-    if (std::system("/usr/bin/python3 -c \"import ezdxf\" >/dev/null 2>&1") != 0)
-        GTEST_SKIP() << "ezdxf is not installed";
+    if (!tvtest::hasEzdxf())
+        GTEST_SKIP() << "python3 with ezdxf is not available";
     KdDbDatabase db;
     const KdDbObjectId wall = tvtest::addLayer(db, L"Wall");
     Tree t = loadTree(db);
@@ -380,36 +385,25 @@ TEST(LayerFilterFileTest, EzdxfFindsTheStoredFilters) {
     ASSERT_EQ(t.root->addNested(group), Kdad::eOk);
     ASSERT_EQ(kdlyGetLayerFilterManager(&db)->setFilters(t.root.get(), group), Kdad::eOk);
 
-    const auto dir = std::filesystem::temp_directory_path() /
-                     ("tv_lyfilter_" + std::to_string(reinterpret_cast<uintptr_t>(&db)));
-    std::filesystem::create_directories(dir);
+    const tvtest::TempDir dir("tv-lyfilter");
     const std::string dxf = (dir / "filters.dxf").string();
-    const std::string script = (dir / "check.py").string();
-    const std::string out = (dir / "out.txt").string();
     ASSERT_EQ(db.saveAs(dxf.c_str()), Kdad::eOk);
-    {
-        std::ofstream py(script);
-        py << "import sys, ezdxf\n"
-              "doc = ezdxf.readfile(sys.argv[1])\n"
-              "xd = doc.layers.head.get_extension_dict()\n"
-              "ly = xd['ACLYDICTIONARY']\n"
-              "print('current', ly.get_xdata('ACAD')[0].value)\n"
-              "for key, rec in sorted(ly.items()):\n"
-              "    tags = [(t.code, t.value) for t in rec.tags]\n"
-              "    print(key, tags[0][1], [v for c, v in tags if c == 300][0],\n"
-              "          [v for c, v in tags if c == 301],\n"
-              "          [doc.entitydb[v].dxf.name for c, v in tags if c == 330])\n";
-    }
-    const std::string cmd = "/usr/bin/python3 " + script + " " + dxf + " > " + out + " 2>&1";
-    const int rc = std::system(cmd.c_str());
-    std::ifstream res(out);
-    std::stringstream got;
-    got << res.rdbuf();
-    EXPECT_EQ(rc, 0) << got.str();
-    EXPECT_EQ(got.str(), "current Chosen\n"
-                         "*A1 AcLyLayerFilter Walls ['NAME==\"W*\"'] []\n"
-                         "*A2 AcLyLayerGroup Chosen [] ['Wall']\n");
-    std::filesystem::remove_all(dir);
+    const std::string script =
+        "import sys, ezdxf\n"
+        "doc = ezdxf.readfile(sys.argv[1])\n"
+        "xd = doc.layers.head.get_extension_dict()\n"
+        "ly = xd['ACLYDICTIONARY']\n"
+        "print('current', ly.get_xdata('ACAD')[0].value)\n"
+        "for key, rec in sorted(ly.items()):\n"
+        "    tags = [(t.code, t.value) for t in rec.tags]\n"
+        "    print(key, tags[0][1], [v for c, v in tags if c == 300][0],\n"
+        "          [v for c, v in tags if c == 301],\n"
+        "          [doc.entitydb[v].dxf.name for c, v in tags if c == 330])\n";
+    std::string got;
+    EXPECT_EQ(tvtest::runEzdxf(script, dxf, "", &got), 0) << got;
+    EXPECT_EQ(got, "current Chosen\n"
+                   "*A1 AcLyLayerFilter Walls ['NAME==\"W*\"'] []\n"
+                   "*A2 AcLyLayerGroup Chosen [] ['Wall']\n");
     kdlyReleaseLayerFilterManager(&db);
 }
 

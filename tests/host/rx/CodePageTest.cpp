@@ -1,5 +1,5 @@
 // Code-page conversion of the Host: names, the system code page, round trips, lead bytes.
-#include "host/rx/ScopedAnsiCodePage.h"
+#include "ScopedEnv.h"
 #include "tv/KdCodePage.h"
 
 #include <gtest/gtest.h>
@@ -11,8 +11,6 @@
 
 namespace {
 
-using tvtest::ScopedAnsiCodePage;
-
 TEST(CodePageSystem, IsTheEnvironmentsKnownCodePageOr1252) {
     // Unset, known code pages in any case and blanks, then names a drawing may carry but that
     // are no ANSI code page of the Host, and garbage.
@@ -22,7 +20,7 @@ TEST(CodePageSystem, IsTheEnvironmentsKnownCodePageOr1252) {
         {"ANSI_", "ANSI_1252"}, {"ANSI_1361", "ANSI_1252"},   {"ANSI_99999", "ANSI_1252"},
         {"cp1251", "ANSI_1252"}};
     for (const auto& [value, expected] : cases) {
-        ScopedAnsiCodePage scoped(value);
+        tvtest::ScopedEnv scoped("TV_ANSI_CODEPAGE", value);
         EXPECT_EQ(kdSystemAnsiCodePage(), expected) << (value ? value : "unset");
     }
 }
@@ -81,7 +79,10 @@ INSTANTIATE_TEST_SUITE_P(
         RoundTripCase{"ANSI_949", L"\uD55C \u4E2D", "\xC7\xD1 \xF1\xE9"},
         RoundTripCase{"ANSI_950", L"\u4E2D\u6587\u5B57", "\xA4\xA4\xA4\xE5\xA6\x72"},
         RoundTripCase{"ANSI_1252", L"", ""},
-        RoundTripCase{"ANSI_932", L"0\r\nLAYERSTATE\r\n", "0\r\nLAYERSTATE\r\n"}));
+        RoundTripCase{"ANSI_932", L"0\r\nLAYERSTATE\r\n", "0\r\nLAYERSTATE\r\n"}),
+    [](const ::testing::TestParamInfo<RoundTripCase>& info) {
+        return std::string(info.param.codePage) + "_" + std::to_string(info.index);
+    });
 
 TEST(CodePageEscapes, MissingCharactersAreWrittenAsEscapesAndReadBackAsWritten) {
     std::string bytes;

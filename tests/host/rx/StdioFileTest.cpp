@@ -1,8 +1,10 @@
 // KdCStdioFile: encoding marks, code pages, damaged input, line ends and files on disk.
-#include "host/rx/ScopedAnsiCodePage.h"
+#include "ScopedEnv.h"
 #include "tv/KdCStdioFile.h"
 #include "tv/KdCodePage.h"
 #include "tv/KdUtf8.h"
+
+#include "TempDir.h"
 
 #include <gtest/gtest.h>
 
@@ -15,8 +17,6 @@
 #include <vector>
 
 namespace {
-
-using tvtest::ScopedAnsiCodePage;
 
 using Lines = std::vector<std::wstring>;
 using namespace std::string_literals;
@@ -106,7 +106,7 @@ TEST(StdioFileMarkOrder, FfFeComesFirstSoTheUsualUtf32MarkReadsAsUtf16) {
 }
 
 TEST(StdioFileMarkOrder, PartialMarksAreText) {
-    ScopedAnsiCodePage system(nullptr);
+    tvtest::ScopedEnv system("TV_ANSI_CODEPAGE", nullptr);
     KdCStdioFile file;
     ASSERT_TRUE(file.openBytes("\xEF\xBB"));
     EXPECT_EQ(file.encoding(), KdCStdioFile::kMultiByte);
@@ -121,7 +121,7 @@ TEST(StdioFileMarkOrder, PartialMarksAreText) {
 // ---------------------------------------------------------------------------------------------
 
 TEST(StdioFileMultiByte, WithoutAMarkTheSystemCodePageIsUsed) {
-    ScopedAnsiCodePage system("ANSI_1251");
+    tvtest::ScopedEnv system("TV_ANSI_CODEPAGE", "ANSI_1251");
     EXPECT_EQ(textOf("\xD1\xEB\xEE\xE9\n"), L"\u0421\u043B\u043E\u0439\n");
 }
 
@@ -135,7 +135,7 @@ TEST(StdioFileMultiByte, LeadByteOfADoubleByteCodePageTakesTheNextByte) {
 }
 
 TEST(StdioFileMultiByte, CodePageChoiceAppliesFromTheNextOpen) {
-    ScopedAnsiCodePage system(nullptr);
+    tvtest::ScopedEnv system("TV_ANSI_CODEPAGE", nullptr);
     KdCStdioFile file;
     EXPECT_FALSE(file.setCodePage("ANSI_65001"));
     EXPECT_FALSE(file.setCodePage("UTF-8"));
@@ -252,20 +252,14 @@ TEST(StdioFileReadAll, TakesWhatReadStringLeft) {
 
 class StdioFileOnDisk : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string pattern = (std::filesystem::temp_directory_path() / "tvstdio-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_dir = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
-
     std::string write(const std::string& name, const std::string& bytes) const {
         const std::string path = m_dir + "/" + name;
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+        tvtest::writeBytes(path, bytes);
         return path;
     }
 
-    std::string m_dir;
+    const tvtest::TempDir m_tmp{"tvstdio"};
+    const std::string m_dir = m_tmp.path().string();
 };
 
 TEST_F(StdioFileOnDisk, EmptyFileHasNoLines) {

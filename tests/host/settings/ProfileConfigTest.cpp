@@ -1,5 +1,5 @@
 // Tests of the application profile strings and the configuration data manager.
-#include "host/settings/SettingsTestSupport.h"
+#include "SettingsTest.h"
 
 #include <tv/KdConfigData.h>
 #include <tv/KdProfile.h>

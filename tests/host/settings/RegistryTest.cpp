@@ -1,5 +1,5 @@
 // Tests of the registry calls: values across a restart, buffer sizes, errors, case, rights.
-#include "host/settings/SettingsTestSupport.h"
+#include "SettingsTest.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 // Tests of the settings file: rejected files, the copy kept of them, atomic and failed saves.
-#include "host/settings/SettingsTestSupport.h"
+#include "SettingsTest.h"
 
 #include <cctype>
 #include <sys/stat.h>

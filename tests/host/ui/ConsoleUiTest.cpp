@@ -1,6 +1,8 @@
 // Tests of the console UI: answers typed on an input stream, retries, end of input as cancel.
 #include "tv/KdUiServices.h"
 
+#include "TempDir.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -74,16 +76,10 @@ TEST(ConsoleUi, MessageBoxAnswersRetriesAndEndOfInput) {
 
 class ConsoleFiles : public ::testing::Test {
 protected:
-    void SetUp() override {
-        m_dir = std::filesystem::temp_directory_path() /
-                ("tv_console_ui_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(m_dir);
-        std::ofstream(m_dir / "in.las") << "x";
-    }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
-    std::wstring dir() const { return m_dir.wstring() + L"/"; }
+    void SetUp() override { tvtest::writeBytes(m_dir / "in.las", "x"); }
+    std::wstring dir() const { return m_dir.path().wstring() + L"/"; }
 
-    std::filesystem::path m_dir;
+    const tvtest::TempDir m_dir{"tv-console-ui"};
 };
 
 TEST_F(ConsoleFiles, OpenNeedsAnExistingFileAndAddsTheDefaultExtension) {

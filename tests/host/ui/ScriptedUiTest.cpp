@@ -1,5 +1,5 @@
 // Tests of the scripted UI services, the current-UI switch and the editor entry points.
-#include "ScriptedUiFixture.h"
+#include "ScriptedUiTest.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbSymbolTable.h"

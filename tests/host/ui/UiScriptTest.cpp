@@ -1,12 +1,12 @@
 // Tests of the text form of scripted UI answers: good scripts drive prompts, bad lines fail.
 #include "tv/KdScriptedUi.h"
 
+#include "TempDir.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <unistd.h>
 
 namespace {
 
@@ -92,12 +92,9 @@ TEST(UiScript, MalformedLinesNameTheLineAndQueueNothing) {
 }
 
 TEST(UiScript, FilesAndLineNumbersInMismatchMessages) {
-    const auto path = std::filesystem::temp_directory_path() /
-                      ("tv_ui_script_" + std::to_string(::getpid()) + ".txt");
-    {
-        std::ofstream out(path, std::ios::binary);
-        out << "# export\nsave \"/x/S1.las\" Export\nmsgbox ok\n";
-    }
+    const tvtest::TempDir dir("tv-ui-script");
+    const auto path = dir / "script.txt";
+    tvtest::writeBytes(path, "# export\nsave \"/x/S1.las\" Export\nmsgbox ok\n");
     KdScriptedUi ui;
     std::string error;
     ASSERT_TRUE(ui.loadScriptFile(path.string().c_str(), &error)) << error;

@@ -1,8 +1,9 @@
-// Expressions written from grid rows, evaluated by the Host's filter on a real drawing: the
+// Expressions written from grid rows, evaluated by the Host's filter on a generated drawing: the
 // layers admitted are the ones a user picked the conditions for, checked by hand.
 #include "filters/TvFilterExpression.h"
 
-#include "TvTestResources.h"
+#include "DrawingTestSupport.h"
+#include "ModuleResources.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"
@@ -12,7 +13,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
@@ -25,11 +25,17 @@ using tv::TvTriState;
 class FilterEvaluation : public ::testing::Test {
 protected:
     void SetUp() override {
-        const std::string path = std::string(TV_TESTDATA_DIR) + "/showcase_r2018.dxf";
-        if (!std::filesystem::exists(path))
-            GTEST_SKIP() << path << " is missing (the shared test drawings are not here)";
-        std::string err;
-        ASSERT_EQ(m_db.readDxfFile(path.c_str(), &err), Kdad::eOk) << err;
+        // Lineweights: Layer12 and Layer8 0.70 mm, Layer14 0.18 mm, Layer1, Layer10, Layer13
+        // and Layer15 by default; Layer5 and Layer7 are off; Layer1 and Layer12 are HIDDEN.
+        tvtest::readGenerated(m_db, tvtest::generatedDrawing());
+        // Layer6, not plotted, is made white, as the layer of definition points is.
+        KdDbObjectPointer<KdDbLayerTableRecord> white(tvtest::findLayer(m_db, L"Layer6"),
+                                                      KdDb::kForWrite);
+        ASSERT_TRUE(white);
+        KdCmColor c;
+        ASSERT_EQ(c.setColorIndex(7), Kdad::eOk);
+        ASSERT_EQ(white->setColor(c), Kdad::eOk);
+        white.close();
         KdDbLayerTable* table = nullptr;
         ASSERT_EQ(m_db.getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
         m_layers = table->recordIds();
@@ -69,20 +75,20 @@ TEST_F(FilterEvaluation, RowsInMillimetresAdmitTheLayersAUserExpects) {
     ASSERT_EQ(kdedSetShortVar(L"LWUNITS", 1), RTNORM);
     tv::TvFilterCellModel grid;
     const auto row = [&grid]() { return grid.appendRow(); };
-    int r = row(); // a name pattern with a lineweight: only the 0.35 mm layer of the "l" ones
-    grid.setText(r, tv::kFilterColumnName, L"Layer_l*");
-    grid.setText(r, tv::kFilterColumnLineweight, L"0.35 mm");
+    int r = row(); // a name pattern with a lineweight: only the 0.70 mm layer of the "1" ones
+    grid.setText(r, tv::kFilterColumnName, L"Layer1*");
+    grid.setText(r, tv::kFilterColumnLineweight, L"0.70 mm");
     r = row(); // layers that are off
     grid.setState(r, tv::kFilterColumnOn, TvTriState::kTrue);
     r = row(); // white (by its colour name) and not plotted
     grid.setText(r, tv::kFilterColumnColor, L"White");
     grid.setState(r, tv::kFilterColumnPlot, TvTriState::kFalse);
     r = row(); // a linetype
-    grid.setText(r, tv::kFilterColumnLinetype, L"ACAD_ISO02W100");
+    grid.setText(r, tv::kFilterColumnLinetype, L"hidden");
     grid.appendRow();
     std::wstring text;
-    EXPECT_EQ(admitted(grid, &text), (Names{L"Layer_lw_035", L"Layer_Off", L"Layer_NoPlot",
-                                            L"Defpoints", L"Layer_Lt_dash"}));
+    EXPECT_EQ(admitted(grid, &text),
+              (Names{L"Layer12", L"Layer5", L"Layer7", L"Layer6", L"Layer1"}));
     EXPECT_NE(text.find(LR"(COLOR=="7")"), std::wstring::npos) << "colour names become numbers";
 }
 
@@ -98,9 +104,9 @@ TEST_F(FilterEvaluation, RowsInInchesAdmitTheLayersAUserExpects) {
         grid.appendRow();
         return admitted(grid);
     };
-    // 0.50 mm is shown as 0.020" and must still find its layer.
-    EXPECT_EQ(single(tv::kFilterColumnLineweight, L"0.020" + inch), Names{L"Layer_lw_050"});
-    EXPECT_EQ(single(tv::kFilterColumnLineweight, L"0.014" + inch), Names{L"Layer_lw_035"});
-    EXPECT_EQ(single(tv::kFilterColumnLineweight, L"Default", L"Layer_l*"),
-              (Names{L"Layer_Lock", L"Layer_Lt_dash"}));
+    // 0.70 mm is shown as 0.028" and must still find its layers.
+    EXPECT_EQ(single(tv::kFilterColumnLineweight, L"0.028" + inch), (Names{L"Layer8", L"Layer12"}));
+    EXPECT_EQ(single(tv::kFilterColumnLineweight, L"0.007" + inch), Names{L"Layer14"});
+    EXPECT_EQ(single(tv::kFilterColumnLineweight, L"Default", L"Layer1*"),
+              (Names{L"Layer1", L"Layer10", L"Layer13", L"Layer15"}));
 }

@@ -2,7 +2,7 @@
 // lineweight units, round trips, and what the splitting rules do to awkward values.
 #include "filters/TvFilterExpression.h"
 
-#include "TvTestResources.h"
+#include "ModuleResources.h"
 #include "pickers/TvLineweightText.h"
 
 #include "tv/KdDbDatabase.h"

@@ -1,6 +1,7 @@
 // Restoring a layer state onto the drawing: what each restore box changes and what it leaves,
 // layers and linetypes the drawing lacks, the current layer, layers the state does not hold,
 // layouts and viewports, and the comparison of the state with the drawing before and after.
+#include "Corpus.h"
 #include "layerstate/LayerStateTestSupport.h"
 
 #include "snapshot/CKdadLayerP.h"
@@ -302,15 +303,14 @@ TEST_F(Restore, WithASnapshotTheDrawingChangesOnlyWhenItIsWrittenBack) {
     EXPECT_EQ(currentLayerName(m_db), L"DOORS");
 }
 
-// -- A real drawing --
+// -- States another program saved --
 
-TEST(RestoreRealDrawing, RestoringOneStateThenTheOtherGivesTheDrawingBack) {
+TEST(CorpusLayerStateRestore, RestoringOneStateThenTheOtherGivesTheDrawingBack) {
+    TV_REQUIRE_CORPUS("netdxf_layerstates.dxf");
     ModuleResources res;
     PrivateSettings settings;
     ScriptedUi ui;
-    const std::string path = std::string(TV_TESTDATA_DIR) + "/netdxf_layerstates.dxf";
-    if (!fs::exists(path))
-        GTEST_SKIP() << "test drawing missing: " << path;
+    const std::string path = tvtest::corpusFile("netdxf_layerstates.dxf");
     KdDbDatabase db(false);
     std::string error;
     ASSERT_EQ(db.readDxfFile(path.c_str(), &error), Kdad::eOk) << error;
@@ -340,16 +340,18 @@ class RestoreInViewport : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(m_res.loaded());
-        const std::string path = std::string(TV_TESTDATA_DIR) + "/ezdxf_viewport_frozen_layers.dxf";
-        if (!fs::exists(path))
-            GTEST_SKIP() << "test drawing missing: " << path;
-        std::string error;
-        ASSERT_EQ(m_db.readDxfFile(path.c_str(), &error), Kdad::eOk) << error;
+        readGenerated(m_db, generatedDrawing());
         m_current = std::make_unique<CurrentDrawing>(m_db);
-        ASSERT_FALSE(m_db.tilemode()) << "the drawing opens in a layout";
-        ASSERT_EQ(kdedSetShortVar(L"CVPORT", 2), RTNORM) << "viewport 2 has no frozen layers";
+        ASSERT_EQ(m_db.setTilemode(false), Kdad::eOk);
+        ASSERT_EQ(kdedSetShortVar(L"CVPORT", 2), RTNORM);
         m_viewport = kdedGetCurViewportObjectId();
         ASSERT_TRUE(m_viewport.isValid());
+        {
+            // Viewport 2 without frozen layers; viewport 3 freezes Layer2 and not Layer1.
+            KdDbObjectPointer<KdDbViewport> vp(m_viewport, KdDb::kForWrite);
+            ASSERT_TRUE(vp);
+            ASSERT_EQ(vp->thawAllLayersInViewport(), Kdad::eOk);
+        }
         m_mgr.setDatabase(&m_db);
         m_mgr.setModelSpace(false);
         ASSERT_EQ(m_mgr.load(), 1);
@@ -390,11 +392,11 @@ TEST_F(RestoreInViewport, LayersFrozenInTheViewportAreFrozenInTheCurrentOne) {
 }
 
 TEST_F(RestoreInViewport, ACapturedStateRecordsTheViewportsFrozenLayers) {
-    ASSERT_EQ(kdedSetShortVar(L"CVPORT", 4), RTNORM) << "viewport 4 freezes Layer1";
+    ASSERT_EQ(kdedSetShortVar(L"CVPORT", 3), RTNORM);
     CTvLayerState* s = m_mgr.newState(L"Here", L"");
     ASSERT_NE(s, nullptr);
-    EXPECT_NE(layerOf(m_mgr, s, L"Layer1")->flags() & kTvLayerViewportFrozen, 0);
-    EXPECT_EQ(layerOf(m_mgr, s, L"Layer2")->flags() & kTvLayerViewportFrozen, 0);
+    EXPECT_NE(layerOf(m_mgr, s, L"Layer2")->flags() & kTvLayerViewportFrozen, 0);
+    EXPECT_EQ(layerOf(m_mgr, s, L"Layer1")->flags() & kTvLayerViewportFrozen, 0);
     EXPECT_EQ(s->matchFlag(), 1);
 }
 

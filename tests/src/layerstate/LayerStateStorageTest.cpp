@@ -1,6 +1,7 @@
 // Layer states kept in the drawing: saved and loaded through DXF files on disk, the stored
 // record as other programs read it, legacy layer data converted, real drawings' states, new
 // states captured from the layers, and states imported from another drawing.
+#include "Corpus.h"
 #include "layerstate/LayerStateTestSupport.h"
 
 #include <algorithm>
@@ -9,10 +10,6 @@
 using namespace tvtest;
 
 namespace {
-
-std::string testData(const char* name) {
-    return std::string(TV_TESTDATA_DIR) + "/" + name;
-}
 
 /// One section of DXF text ("TABLES", "ENTITIES" ...), codes trimmed, values as they are.
 std::string dxfSection(const std::string& text, const std::string& name) {
@@ -479,15 +476,14 @@ TEST_F(Legacy, TheDataIsStrippedOnTheNextSave) {
     EXPECT_TRUE(back->mgr.legacyLayers().empty());
 }
 
-// -- Real drawings --
+// -- Drawings of other programs --
 
-class RealDrawing : public ::testing::Test {
+class CorpusLayerStates : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(m_res.loaded());
-        if (!fs::exists(testData("netdxf_layerstates.dxf")) ||
-            !fs::exists(testData("showcase_r2018.dxf")))
-            GTEST_SKIP() << "test drawings missing in " << TV_TESTDATA_DIR;
+        TV_REQUIRE_CORPUS("netdxf_layerstates.dxf");
+        TV_REQUIRE_CORPUS("showcase_r2018.dxf");
     }
     void TearDown() override { EXPECT_EQ(m_ui.ui.problems(), ""); }
     ModuleResources m_res;
@@ -495,8 +491,8 @@ protected:
     TempDir m_dir;
 };
 
-TEST_F(RealDrawing, TheStatesOfNetDxfLoadWithTheirLayersAndSurviveASave) {
-    OpenedDrawing d(testData("netdxf_layerstates.dxf"));
+TEST_F(CorpusLayerStates, TheStatesOfNetDxfLoadWithTheirLayersAndSurviveASave) {
+    OpenedDrawing d(corpusFile("netdxf_layerstates.dxf"));
     const std::string before = drawingText(*d.db);
     ASSERT_EQ(d.mgr.load(), 1);
     ASSERT_EQ(d.mgr.stateCount(), 2u);
@@ -546,9 +542,9 @@ TEST_F(RealDrawing, TheStatesOfNetDxfLoadWithTheirLayersAndSurviveASave) {
 // Its state was written by another program, with the storage-form marker: it is not read into
 // layers, but a save writes it back as it was, so that the Host's own reader still finds every
 // layer of it, and changes nothing else.
-TEST_F(RealDrawing, TheShowcaseStateLoadsAndTheCycleKeepsTheRest) {
+TEST_F(CorpusLayerStates, TheShowcaseStateLoadsAndTheCycleKeepsTheRest) {
     const wchar_t* name = L"ACAD_VIEWS_view_custom";
-    OpenedDrawing d(testData("showcase_r2018.dxf"));
+    OpenedDrawing d(corpusFile("showcase_r2018.dxf"));
     const std::string before = drawingText(*d.db);
     std::vector<KdString> layersBefore, layersAfter;
     ASSERT_EQ(d.db->getLayerStateManager()->getLayerStateLayers(layersBefore, name), Kdad::eOk);
@@ -634,34 +630,58 @@ TEST_F(Storage, ANewStateOfATakenNameOverwritesItInPlace) {
 
 // -- States of another drawing --
 
-/// An empty drawing made current, with a manager that imports into it.
-class ImportFromDrawing : public RealDrawing {
+/// An empty drawing made current, with a manager that imports into it, and another drawing
+/// on disk with two states the module saved there: "Day" and "Night".
+class ImportFromDrawing : public ::testing::Test {
 protected:
     void SetUp() override {
-        RealDrawing::SetUp();
+        ASSERT_TRUE(m_res.loaded());
+        KdDbDatabase other(false);
+        readGenerated(other, generatedDrawing());
+        {
+            CurrentDrawing current(other);
+            CTvLayerStateManager mgr;
+            mgr.setDatabase(&other);
+            addState(mgr, L"Day", {layerRow(L"Layer1"), layerRow(L"Layer2")});
+            addState(mgr, L"Night",
+                     {layerRow(L"Layer1", kTvLayerFrozen, 5), layerRow(L"Layer2"),
+                      layerRow(L"Layer3", kTvLayerOff | kTvLayerPlottable)},
+                     kTvMaskAll, L"after dark");
+            ASSERT_EQ(mgr.save(), 1);
+        }
+        ASSERT_EQ(other.saveAs(m_other.string().c_str()), Kdad::eOk);
+        m_current = std::make_unique<CurrentDrawing>(m_db);
         m_mgr.setDatabase(&m_db);
     }
+    void TearDown() override { EXPECT_EQ(m_ui.ui.problems(), ""); }
+
+    ModuleResources m_res;
+    ScriptedUi m_ui;
+    TempDir m_dir;
+    const fs::path m_other = m_dir / "other.dxf";
     KdDbDatabase m_db;
-    CurrentDrawing m_current{m_db};
+    std::unique_ptr<CurrentDrawing> m_current;
     CTvLayerStateManager m_mgr;
 };
 
 TEST_F(ImportFromDrawing, StatesOfAnotherDrawingAreListedAndImported) {
     ASSERT_EQ(m_mgr.load(), 1);
-    const std::wstring path = tvFromUtf8(testData("netdxf_layerstates.dxf"));
+    const std::wstring path = m_other.wstring();
     bool ok = false;
     std::vector<std::wstring> names = CTvLayerStateManager::statesOfDrawing(path, &ok);
     EXPECT_TRUE(ok);
     std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (std::vector<std::wstring>{L"LayerState1", L"LayerState2"}));
+    EXPECT_EQ(names, (std::vector<std::wstring>{L"Day", L"Night"}));
 
-    ASSERT_EQ(m_mgr.importFromDrawing(path, {L"layerstate2"}), 1) << tvToUtf8(m_mgr.lastError());
+    ASSERT_EQ(m_mgr.importFromDrawing(path, {L"night"}), 1) << tvToUtf8(m_mgr.lastError());
     ASSERT_EQ(m_mgr.stateCount(), 1u);
-    const CTvLayerState* two = m_mgr.findState(L"LayerState2");
-    ASSERT_NE(two, nullptr);
-    EXPECT_EQ(m_mgr.layersOf(two)->size(), 7u);
-    EXPECT_EQ(layerOf(m_mgr, two, L"ConstructionLines")->linetypeRef(), L"DOT");
-    EXPECT_EQ(two->matchFlag(), 0) << "compared with this drawing";
+    const CTvLayerState* night = m_mgr.findState(L"Night");
+    ASSERT_NE(night, nullptr);
+    EXPECT_EQ(night->description().str(), L"after dark");
+    EXPECT_EQ(layerRowsOf(m_mgr, night),
+              (std::vector<LayerRow>{layerRow(L"Layer1", kTvLayerFrozen, 5), layerRow(L"Layer2"),
+                                     layerRow(L"Layer3", kTvLayerOff | kTvLayerPlottable)}));
+    EXPECT_EQ(night->matchFlag(), 0) << "compared with this drawing";
 
     ASSERT_EQ(m_mgr.importFromDrawing(path, {L"*"}), 1);
     EXPECT_EQ(m_mgr.stateCount(), 2u) << "a held name is replaced, not doubled";

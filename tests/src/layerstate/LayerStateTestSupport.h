@@ -2,9 +2,11 @@
 // up through the Host, states built in memory and compared field by field, stored xrecords.
 #pragma once
 
-#include "TvTestResources.h"
-
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
+#include "ModuleResources.h"
+#include "PrivateSettings.h"
+#include "ScriptedUiTest.h"
+#include "TempDir.h"
 #include "layerstate/CTvLayerStateManager.h"
 
 #include "tv/KdCmColor.h"
@@ -24,11 +26,7 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <atomic>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -41,39 +39,6 @@ namespace tvtest {
 
 namespace fs = std::filesystem;
 
-/// A fresh folder under the temporary directory, removed with everything in it at the end.
-class TempDir {
-public:
-    TempDir() {
-        static std::atomic<int> counter{0};
-        m_path = fs::temp_directory_path() /
-                 ("tvlm_ls_" + std::to_string(::getpid()) + "_" + std::to_string(++counter));
-        fs::create_directories(m_path);
-    }
-    ~TempDir() {
-        std::error_code ec;
-        fs::remove_all(m_path, ec);
-    }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    fs::path operator/(const std::string& name) const { return m_path / name; }
-    const fs::path& path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
-
-inline std::string readBytes(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-inline void writeBytes(const fs::path& p, const std::string& bytes) {
-    std::ofstream(p, std::ios::binary | std::ios::trunc) << bytes;
-}
-
 /// Makes a drawing the editor's current one for a scope and tells the editor it is gone at
 /// the end (before the database itself is destroyed).
 class CurrentDrawing {
@@ -85,25 +50,6 @@ public:
 
 private:
     KdDbDatabase* m_db;
-};
-
-/// Points the settings store at a private file for a scope, so that what restore stores never
-/// reaches the user's settings.
-class PrivateSettings {
-public:
-    PrivateSettings() { tvSettingsSetFile((m_dir / "registry.ini").string()); }
-    ~PrivateSettings() { tvSettingsSetFile(std::string()); }
-    PrivateSettings(const PrivateSettings&) = delete;
-    PrivateSettings& operator=(const PrivateSettings&) = delete;
-
-private:
-    TempDir m_dir;
-};
-
-/// Scripted answers for the message boxes of a scope.
-struct ScriptedUi {
-    KdScriptedUi ui;
-    KdUiServicesScope scope{&ui};
 };
 
 /// Opens a layer for write and hands it to `edit`; fails the test when it cannot be opened.

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include <string>
 #include <vector>
 
@@ -138,7 +140,18 @@ INSTANTIATE_TEST_SUITE_P(
                       trueColor(255, 255, 255), trueColor(1, 2, 3), trueColor(255, 0, 0),
                       trueColor(0, 0, 255), bookColor(255, 127, 0, L"MyBook", L"Orange 1"),
                       bookColor(0, 128, 64, L"B", L"n"),
-                      bookColor(200, 100, 50, L"PANTONE+ Solid Coated", L"PANTONE 7621 C")));
+                      bookColor(200, 100, 50, L"PANTONE+ Solid Coated", L"PANTONE 7621 C")),
+    [](const ::testing::TestParamInfo<KdCmColor>& info) {
+        const KdCmColor& c = info.param;
+        char rgb[16];
+        std::snprintf(rgb, sizeof rgb, "%06X", c.trueColor24());
+        const std::string kind = c.isColorBookColor() ? std::string("Book")
+                                 : c.isByColor()      ? "Rgb" + std::string(rgb)
+                                 : c.isByLayer()      ? std::string("ByLayer")
+                                 : c.isByBlock()      ? std::string("ByBlock")
+                                                      : "Index" + std::to_string(c.colorIndex());
+        return kind + "_" + std::to_string(info.index);
+    });
 
 TEST(ColorTextRead, IndexWordsNamesAndNumbers) {
     struct Case {

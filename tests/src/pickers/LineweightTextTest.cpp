@@ -1,7 +1,7 @@
 // Lineweight texts in the layer lists and in the lineweight dialog, in both units.
 #include "pickers/TvLineweightText.h"
 
-#include "TvTestResources.h"
+#include "ModuleResources.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdEditor.h"

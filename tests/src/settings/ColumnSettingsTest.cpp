@@ -5,8 +5,8 @@
 #include "settings/TvSettingsBase.h"
 #include "settings/TvWindowRect.h"
 
-#include "TvTestResources.h"
-#include "host/settings/SettingsTestSupport.h"
+#include "ModuleResources.h"
+#include "SettingsTest.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdEditor.h"
@@ -63,15 +63,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(ColumnSettings, DefaultTableInBothSpaces) {
-    EXPECT_EQ(sortedDefaults(false)[7].title, L"Lineweight"); // string 1870, out of sequence
-    // Paper space puts viewport freeze between new-viewport freeze and the description.
-    const tv::TvColumnSet paper = sortedDefaults(true);
-    ASSERT_EQ(paper.size(), 13u);
-    EXPECT_EQ(paper[11].orderValueName, L"VpFreezeIndex");
-    EXPECT_EQ(paper[12].widthValueName, L"DescrWidth");
-}
 
 TEST_F(ColumnSettings, WithoutAProfileNothingIsWrittenWithOneTheBaseIsMade) {
     EXPECT_EQ(tv::findSettingsBase(), L"");

@@ -1,8 +1,8 @@
 // The notice whose "do not show again" answer is remembered in the registry.
 #include "settings/TvLayerMsgbox.h"
 
-#include "TvTestResources.h"
-#include "host/settings/SettingsTestSupport.h"
+#include "ModuleResources.h"
+#include "SettingsTest.h"
 
 #include "tv/KdScriptedUi.h"
 #include "tv/KdUiServices.h"

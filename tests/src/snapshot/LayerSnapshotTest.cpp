@@ -230,29 +230,13 @@ TEST_F(Snapshot, RefreshDropsWhatWasNotWrittenAndAddLayerTakesNewOnes) {
     EXPECT_FALSE(snap.find(L"WALLS")->changed);
 }
 
-// -- Real drawings --
+// -- Generated drawings --
 
-std::string testData(const char* name) {
-    return std::string(TV_TESTDATA_DIR) + "/" + name;
-}
-
-/// Reads a shared test drawing into `db` and makes it current; false when the drawing is not
-/// there (the test skips), a failure when it does not read.
-bool readTestDrawing(KdDbDatabase& db, const char* name) {
-    const std::string path = testData(name);
-    if (!std::filesystem::exists(path))
-        return false;
-    std::string error;
-    EXPECT_EQ(db.readDxfFile(path.c_str(), &error), Kdad::eOk) << error;
-    kdedSetCurrentDatabase(&db);
-    return true;
-}
-
-TEST(SnapshotOfARealDrawing, WritingEveryLayerBackUnchangedLosesNothing) {
+TEST(SnapshotOfADrawing, WritingEveryLayerBackUnchangedLosesNothing) {
     tvtest::ModuleResources res;
     KdDbDatabase db(false);
-    if (!readTestDrawing(db, "showcase_r2018.dxf"))
-        GTEST_SKIP() << "test drawing missing: " << testData("showcase_r2018.dxf");
+    tvtest::readGenerated(db, tvtest::generatedDrawing());
+    kdedSetCurrentDatabase(&db);
     const std::vector<std::string> before = describeAll(db);
     CKdadLayerP snap;
     ASSERT_TRUE(snap.fill(&db));
@@ -267,22 +251,25 @@ TEST(SnapshotOfARealDrawing, WritingEveryLayerBackUnchangedLosesNothing) {
     kdedDatabaseClosed(&db);
 }
 
-TEST(SnapshotOfARealDrawing, LayersFrozenInTheCurrentViewportAreKnown) {
+// The first layout's viewport 2 freezes Layer7 and not Layer2, its viewport 3 the other way
+// round; Layer16 is frozen everywhere.
+TEST(SnapshotOfADrawing, LayersFrozenInTheCurrentViewportAreKnown) {
     tvtest::ModuleResources res;
     KdDbDatabase db(false);
-    if (!readTestDrawing(db, "ezdxf_viewport_frozen_layers.dxf"))
-        GTEST_SKIP() << "test drawing missing: " << testData("ezdxf_viewport_frozen_layers.dxf");
-    ASSERT_EQ(kdedSetShortVar(L"CVPORT", 4), RTNORM);
+    tvtest::readGenerated(db, tvtest::generatedDrawing());
+    kdedSetCurrentDatabase(&db);
+    ASSERT_EQ(db.setTilemode(false), Kdad::eOk);
+    ASSERT_EQ(kdedSetShortVar(L"CVPORT", 2), RTNORM);
     CKdadLayerP snap;
     ASSERT_TRUE(snap.fill(&db));
-    EXPECT_TRUE(snap.isFrozenInCurrentViewport(L"layer1"));
+    EXPECT_TRUE(snap.isFrozenInCurrentViewport(L"layer7"));
     EXPECT_FALSE(snap.isFrozenInCurrentViewport(L"Layer2"));
-    EXPECT_EQ(snap.find(L"Layer3")->flags & 1, 1) << "frozen everywhere is another thing";
-    EXPECT_FALSE(snap.isFrozenInCurrentViewport(L"Layer3"));
+    EXPECT_EQ(snap.find(L"Layer16")->flags & 1, 1) << "frozen everywhere is another thing";
+    EXPECT_FALSE(snap.isFrozenInCurrentViewport(L"Layer16"));
 
-    ASSERT_EQ(kdedSetShortVar(L"CVPORT", 5), RTNORM);
+    ASSERT_EQ(kdedSetShortVar(L"CVPORT", 3), RTNORM);
     ASSERT_TRUE(snap.refresh());
-    EXPECT_FALSE(snap.isFrozenInCurrentViewport(L"Layer1"));
+    EXPECT_FALSE(snap.isFrozenInCurrentViewport(L"Layer7"));
     EXPECT_TRUE(snap.isFrozenInCurrentViewport(L"LAYER2"));
 
     ASSERT_EQ(db.setTilemode(true), Kdad::eOk);

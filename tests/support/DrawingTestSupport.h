@@ -1,6 +1,10 @@
-// Helpers shared by the database tests: layers by name, whole-drawing text and its comparison,
-// and a fixture that reads a test drawing.
+// Helpers of the tests on drawings: layers by name, whole-drawing text and its comparison, and
+// a fixture that reads a drawing of the project's generator. Header-only, as each test program
+// links the Host in its own way.
 #pragma once
+
+#include "DxfDrawingPlan.h"
+#include "DxfGenerator.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"
@@ -10,7 +14,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
@@ -85,17 +88,45 @@ inline std::string firstDifference(const std::string& a, const std::string& b) {
            b.substr(from, 60) + "\"";
 }
 
-/// A drawing read from a test file before each test, and its text as read; the test is skipped
-/// when the file is missing.
-class DrawingFileTest : public ::testing::Test {
+/// A drawing of the project's generator: `options.layers` layers besides "0", named "Layer1"
+/// ... in the generator's order, with the mix of properties it draws (off, frozen, locked, no
+/// plot, true colours, colour books, transparency, descriptions, linetypes, lineweights);
+/// entities on them in model space and in nested blocks; two layouts with two viewports each
+/// that freeze some layers.
+/// The default (seed 10) has each property on at least one layer: Layer4 a colour-book colour,
+/// Layer5 off, Layer6 no plot, Layer10 frozen in new viewports, Layer15 locked, Layer16 frozen.
+inline tvtools::DxfGeneratorOptions generatedDrawing(int layers = 16, int entities = 300,
+                                                     std::uint64_t seed = 10) {
+    tvtools::DxfGeneratorOptions options;
+    options.layers = layers;
+    options.entities = entities;
+    options.seed = seed;
+    return options;
+}
+
+/// Reads the generated drawing into `db` and gives its layers the names "Layer1" ... in the
+/// order the generator made them, so that tests can name them.
+inline void readGenerated(KdDbDatabase& db, const tvtools::DxfGeneratorOptions& options) {
+    std::string err;
+    ASSERT_EQ(db.readDxfBuffer(tvtools::generateDxf(options), &err), Kdad::eOk) << err;
+    const tvtools::DxfDrawingPlan plan = tvtools::planDrawing(options);
+    for (size_t i = 0; i < plan.layers.size(); ++i) {
+        KdDbObjectPointer<KdDbLayerTableRecord> layer(db.objectIdOf(plan.layers[i].handle),
+                                                      KdDb::kForWrite);
+        ASSERT_TRUE(layer) << plan.layers[i].name;
+        const std::wstring name = L"Layer" + std::to_wstring(i + 1);
+        ASSERT_EQ(layer->setName(name.c_str()), Kdad::eOk);
+    }
+}
+
+/// The generated drawing read before each test, and its text as read.
+class DrawingTest : public ::testing::Test {
 protected:
-    explicit DrawingFileTest(std::string path) : m_path(std::move(path)) {}
+    explicit DrawingTest(tvtools::DxfGeneratorOptions options = generatedDrawing())
+        : m_options(options) {}
 
     void SetUp() override {
-        if (!std::filesystem::exists(m_path))
-            GTEST_SKIP() << m_path << " is missing";
-        std::string err;
-        ASSERT_EQ(m_db.readDxfFile(m_path.c_str(), &err), Kdad::eOk) << err;
+        readGenerated(m_db, m_options);
         m_original = text();
     }
 
@@ -122,7 +153,7 @@ protected:
         ASSERT_EQ(layer->setName(to), Kdad::eOk);
     }
 
-    std::string m_path;
+    tvtools::DxfGeneratorOptions m_options;
     KdDbDatabase m_db{false};
     std::string m_original;
 };

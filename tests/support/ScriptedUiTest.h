@@ -1,4 +1,5 @@
-// Test fixture that installs a scripted UI and fails the test on any prompt it did not expect.
+// Scripted answers for the Host's prompts and message boxes: a scope, and a fixture that fails
+// the test on any prompt it did not expect.
 #pragma once
 
 #include "tv/KdScriptedUi.h"
@@ -6,6 +7,12 @@
 #include <gtest/gtest.h>
 
 namespace tvtest {
+
+/// Scripted answers for the message boxes of a scope.
+struct ScriptedUi {
+    KdScriptedUi ui;
+    KdUiServicesScope scope{&ui};
+};
 
 /// Installs `ui` as the Host's UI for the test; at the end every queued answer must have been
 /// used and no prompt may have gone unexpected.

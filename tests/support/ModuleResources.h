@@ -1,4 +1,5 @@
-// Makes the module's built resource library current for a test, as the module's commands do.
+// Makes the module's built resource library (TV_MODULE_PATH) current for a test, as the
+// module's commands do.
 #pragma once
 
 #include "tv/KdRxResource.h"

@@ -1,48 +1,29 @@
-// Test helpers for the settings store: a private settings file per test and value shortcuts.
+// Fixture of the settings tests: a private settings file per test, and value shortcuts.
 #pragma once
+
+#include "PrivateSettings.h"
+#include "TempDir.h"
 
 #include <tv/KdRegistry.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
-/// Points the store at a settings file in a fresh temporary folder, so that no test reads or
-/// writes the user's own settings, and removes the folder afterwards.
+using tvtest::readBytes;
+using tvtest::writeBytes;
+
+/// A private settings file for each test, and shortcuts to values of the store.
 class SettingsTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        const char* tmp = std::getenv("TMPDIR");
-        std::string pattern =
-            std::string(tmp != nullptr && tmp[0] == '/' ? tmp : "/tmp") + "/tvsettings-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_dir = pattern;
-        m_file = m_dir + "/tvcad/registry.ini";
-        tvSettingsSetFile(m_file);
-    }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
-
-    static std::string readBytes(const std::string& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream s;
-        s << in.rdbuf();
-        return s.str();
-    }
-    static void writeBytes(const std::string& path, const std::string& bytes) {
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-    }
     /// Names of the files in the settings folder, sorted.
     std::vector<std::string> settingsFolder() const {
         std::vector<std::string> names;
-        for (const auto& e : std::filesystem::directory_iterator(m_dir + "/tvcad"))
+        for (const auto& e : std::filesystem::directory_iterator(m_settings.file().parent_path()))
             names.push_back(e.path().filename().string());
         std::sort(names.begin(), names.end());
         return names;
@@ -111,6 +92,7 @@ protected:
         return true;
     }
 
-    std::string m_dir;
-    std::string m_file;
+    tvtest::PrivateSettings m_settings;
+    const std::string m_dir = m_settings.dir().path().string();
+    const std::string m_file = m_settings.file().string();
 };
