@@ -67,11 +67,17 @@ bool equalsNoCase(std::string_view a, std::string_view b) {
     return true;
 }
 
+// The first 18 bytes of a binary DXF file (the format's sentinel, before "\r\n\x1A\0"), kept as
+// bytes: the text names the program that defined the format.
+constexpr char kBinaryDxfSentinel[] = {0x41, 0x75, 0x74, 0x6F, 0x43, 0x41, 0x44, 0x20, 0x42,
+                                       0x69, 0x6E, 0x61, 0x72, 0x79, 0x20, 0x44, 0x58, 0x46};
+
 TokenizeResult tokenize(std::string_view text, std::vector<KdDbTag>& tags) {
     TokenizeResult result;
     if (text.size() >= 3 && std::memcmp(text.data(), "\xEF\xBB\xBF", 3) == 0)
         text.remove_prefix(3);
-    if (text.substr(0, 18) == "AutoCAD Binary DXF") {
+    if (text.substr(0, sizeof kBinaryDxfSentinel) ==
+        std::string_view(kBinaryDxfSentinel, sizeof kBinaryDxfSentinel)) {
         result.ok = false;
         result.errorLine = 1;
         result.message = "binary DXF is not supported; expected an ASCII DXF file";
