@@ -11,6 +11,7 @@
 #include "tv/KdEdCommandStack.h"
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdUndoController.h"
+#include "tv/KdFormat.h"
 #include "tv/KdRxDynamicLinker.h"
 #include "tv/KdUtf8.h"
 #include "tv/KdWcMatch.h"
@@ -282,9 +283,8 @@ bool systemVariableCommand(const std::wstring& name, bool* failed) {
     if (value.restype == RTSTR) {
         next.resval.rstring = answer;
     } else {
-        wchar_t* end = nullptr;
-        const long number = std::wcstol(answer, &end, 10);
-        if (end == answer || *end) {
+        long long number = 0;
+        if (!tvParseInt(answer, number)) {
             say(L"Requires an integer value.\n");
             *failed = true;
             return true;

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds everything and runs all tests: the normal build, then an ASan+UBSan build with the
-# DXF reader fuzzer, run for a bounded time on its seed corpus.
+# Builds everything and runs all tests: the normal build, its tests under the environment's locale
+# and again under a German one, then an ASan+UBSan build with the DXF reader fuzzer, run for a
+# bounded time on its seed corpus.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -13,6 +14,8 @@ cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$jobs"
 echo "== tests"
 (cd build && ctest -j"$jobs" --output-on-failure)
+echo "== tests under a German locale (a ',' decimal point)"
+(cd build && LANG=de_DE.UTF-8 LC_ALL=de_DE.UTF-8 ctest -j"$jobs" --output-on-failure)
 
 echo "== build (clang, AddressSanitizer + UndefinedBehaviorSanitizer, fuzzer)"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_COMPILER=clang \

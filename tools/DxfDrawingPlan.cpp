@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace tvtools {
 namespace {
@@ -108,8 +107,9 @@ private:
             name += minor;
         }
         name += sep;
-        char digits[16];
-        std::snprintf(digits, sizeof digits, "%04d", number);
+        std::string digits = std::to_string(number); // at least four digits: "0042"
+        if (digits.size() < 4)
+            digits.insert(0, 4 - digits.size(), '0');
         name += digits;
         if (m_rng.chance(0.04)) {
             for (std::size_t i = 1; i < name.size(); ++i) {

@@ -1,6 +1,7 @@
 // gendxf: writes a large, realistic DXF drawing for benchmarks and interoperability checks.
 #include "DxfGenerator.h"
 
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -20,12 +21,21 @@ void printUsage(std::FILE* out) {
 }
 
 bool parseCount(const char* text, long long max, long long* value) {
-    char* end = nullptr;
-    const long long parsed = std::strtoll(text, &end, 10);
-    if (end == text || *end != '\0' || parsed < 0 || parsed > max)
+    const char* end = text + std::strlen(text);
+    long long parsed = 0;
+    const auto [stop, ec] = std::from_chars(text, end, parsed);
+    if (ec != std::errc() || stop != end || parsed < 0 || parsed > max)
         return false;
     *value = parsed;
     return true;
+}
+
+/// `value` with `decimals` decimals, the same in every locale.
+std::string fixedText(double value, int decimals) {
+    char buf[64];
+    const auto [end, ec] =
+        std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, decimals);
+    return ec == std::errc() ? std::string(buf, end) : std::string("?");
 }
 
 } // namespace
@@ -96,8 +106,8 @@ int main(int argc, char** argv) {
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     std::error_code ec;
     const double megabytes = static_cast<double>(std::filesystem::file_size(out, ec)) / 1e6;
-    std::fprintf(stderr, "gendxf: %s: %s, %d layers, %d entities, %.1f MB in %.2f s\n", out.c_str(),
+    std::fprintf(stderr, "gendxf: %s: %s, %d layers, %d entities, %s MB in %s s\n", out.c_str(),
                  tvtools::dxfVersionName(options.version), options.layers, options.entities,
-                 megabytes, seconds);
+                 fixedText(megabytes, 1).c_str(), fixedText(seconds, 2).c_str());
     return 0;
 }

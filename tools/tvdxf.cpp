@@ -8,6 +8,7 @@
 #include <tv/KdDbSymbolTable.h>
 #include <tv/KdDbViewport.h>
 #include <tv/KdDbXrecord.h>
+#include <tv/KdFormat.h>
 
 
 #include <cstdio>
@@ -102,9 +103,7 @@ int info(const char* path) {
 
 std::string colorText(const KdCmColor& c) {
     if (c.isByColor()) {
-        char buf[64];
-        std::snprintf(buf, sizeof buf, "%u,%u,%u", c.red(), c.green(), c.blue());
-        std::string s = buf;
+        std::string s = tvFormat("%u,%u,%u", c.red(), c.green(), c.blue());
         if (c.hasBookName())
             s += " (" + KdString(c.bookName()).utf8() + "$" + KdString(c.colorName()).utf8() + ")";
         return s;

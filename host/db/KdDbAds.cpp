@@ -15,7 +15,6 @@
 #include <tv/KdUtf8.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <cwchar>
 #include <map>
@@ -80,7 +79,7 @@ const TableKind* tableKindOf(std::string_view type) {
 std::string upperAscii(std::wstring_view s) {
     std::string out;
     for (wchar_t c : s)
-        out.push_back(c < 128 ? static_cast<char>(std::toupper(static_cast<int>(c))) : '?');
+        out.push_back(c < 128 ? tvAsciiUpper(static_cast<char>(c)) : '?');
     return out;
 }
 

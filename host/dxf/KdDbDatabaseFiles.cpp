@@ -7,6 +7,7 @@
 #include "KdDbDatabaseImpl.h"
 
 #include <tv/KdFiles.h>
+#include <tv/KdFormat.h>
 #include <tv/KdUtf8.h>
 
 #include <fcntl.h>
@@ -35,9 +36,11 @@ Kdad::ErrorStatus readWholeFile(const char* path, std::string& text, std::string
         return es;
     };
     const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return fail(std::string("cannot open: ") + std::strerror(errno),
-                    errno == ENOENT ? Kdad::eFileNotFound : Kdad::eFileAccessErr);
+    if (fd < 0) {
+        const int err = errno;
+        return fail(std::string("cannot open: ") + tvErrnoText(err),
+                    err == ENOENT ? Kdad::eFileNotFound : Kdad::eFileAccessErr);
+    }
     struct stat st {};
     if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
         ::close(fd);
@@ -54,7 +57,7 @@ Kdad::ErrorStatus readWholeFile(const char* path, std::string& text, std::string
         if (n <= 0) {
             const int err = n < 0 ? errno : 0;
             ::close(fd);
-            return fail(err ? std::string("read error: ") + std::strerror(err)
+            return fail(err ? std::string("read error: ") + tvErrnoText(err)
                             : std::string("the file became shorter while it was read"),
                         Kdad::eFileAccessErr);
         }

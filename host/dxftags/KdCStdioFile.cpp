@@ -2,6 +2,7 @@
 #include "tv/KdCStdioFile.h"
 
 #include "tv/KdCodePage.h"
+#include "tv/KdFormat.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -132,7 +133,7 @@ void joinCrLf(std::wstring& text) {
 }
 
 std::string failure(const char* path, const char* what, int error) {
-    return std::string(path) + ": " + what + ": " + std::strerror(error);
+    return std::string(path) + ": " + what + ": " + tvErrnoText(error);
 }
 
 class FileDescriptor {

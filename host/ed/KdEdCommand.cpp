@@ -2,10 +2,10 @@
 #include "KdEdSession.h"
 
 #include "tv/KdEdEditor.h"
+#include "tv/KdFormat.h"
 
 #include <cstdarg>
 #include <cstdint>
-#include <cwchar>
 
 namespace {
 
@@ -17,9 +17,7 @@ std::wstring bareCommandName(std::wstring name) {
 }
 
 std::wstring realText(double v) {
-    wchar_t buf[64];
-    std::swprintf(buf, 64, L"%.16g", v);
-    return buf;
+    return tvFormat(L"%.16g", v);
 }
 
 } // namespace

@@ -12,8 +12,10 @@
 #include "KdDbUndoJournal.h"
 #include "tv/KdDbViewport.h"
 #include "tv/KdEdEditor.h"
+#include "tv/KdFormat.h"
 #include "tv/KdUtf8.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstring>
@@ -48,16 +50,11 @@ void print(const std::wstring& text) {
 
 /// How a script's pick reads in the transcript: the point, or the object's handle.
 std::wstring pickText(const KdEdInputEvent& ev) {
-    if (ev.hasPoint) {
-        wchar_t text[128];
-        std::swprintf(text, 128, L"%g,%g", ev.point[0], ev.point[1]);
-        return text;
-    }
+    if (ev.hasPoint)
+        return tvFormat(L"%g,%g", ev.point[0], ev.point[1]);
     if (ev.miss || ev.handle == 0)
         return L"(nothing)";
-    wchar_t text[32];
-    std::swprintf(text, 32, L"(object %llX)", static_cast<unsigned long long>(ev.handle));
-    return text;
+    return tvFormat(L"(object %llX)", static_cast<unsigned long long>(ev.handle));
 }
 
 KdEdInputEvent nextEvent() {
@@ -119,7 +116,7 @@ std::vector<Keyword> parseKeywords(const wchar_t* list) {
     std::wstring word;
     const std::wstring text = list ? list : L"";
     for (size_t i = 0; i <= text.size(); ++i) {
-        if (i < text.size() && !std::iswspace(text[i])) {
+        if (i < text.size() && !tvIsSpace(text[i])) {
             word.push_back(text[i]);
             continue;
         }
@@ -153,7 +150,7 @@ bool abbreviates(const std::wstring& typed, const std::wstring& keyword) {
     size_t lead = 0;
     bool leading = true;
     for (wchar_t c : keyword) {
-        const bool cap = std::iswalpha(c) && tvUpper(c) == c;
+        const bool cap = tvIsUpper(c);
         if (cap)
             capitals.push_back(c);
         if (leading && cap)
@@ -234,61 +231,18 @@ std::wstring kdedTakeCapturedOutput() {
     return out;
 }
 
-namespace {
-
-/// The format with plain %s and %c turned into their wide forms (%ls, %lc) and %hs, %hc into
-/// the narrow ones, as vswprintf reads them here.
-std::wstring hostFormat(const wchar_t* format) {
-    std::wstring out;
-    for (const wchar_t* p = format; *p; ++p) {
-        out.push_back(*p);
-        if (*p != L'%')
-            continue;
-        ++p;
-        if (*p == L'%') {
-            out.push_back(*p);
-            continue;
-        }
-        std::wstring flags;
-        while (*p && std::wcschr(L"-+ #0123456789.*", *p))
-            flags.push_back(*p++);
-        bool narrow = false;
-        if ((*p == L'h' || *p == L'l') && (p[1] == L's' || p[1] == L'c')) {
-            narrow = *p == L'h';
-            ++p; // the size letter is written again below as the conversion needs it
-        }
-        if (!*p) {
-            out += flags;
-            break;
-        }
-        out += flags;
-        if ((*p == L's' || *p == L'c') && !narrow)
-            out.push_back(L'l');
-        out.push_back(*p);
-    }
-    return out;
-}
-
-} // namespace
-
 int kdutPrintf(const wchar_t* format, ...) {
     if (!format)
         return 0;
-    const std::wstring fmt = hostFormat(format);
-    std::vector<wchar_t> buf(256);
-    for (;;) {
-        va_list args;
-        va_start(args, format);
-        const int n = std::vswprintf(buf.data(), buf.size(), fmt.c_str(), args);
-        va_end(args);
-        if (n >= 0) {
-            kded::print(std::wstring(buf.data(), static_cast<size_t>(n)));
-            return n;
-        }
-        if (buf.size() >= (1u << 20))
-            return -1; // a bad format or an argument that cannot be converted
-        buf.resize(buf.size() * 4);
-    }
+    std::wstring text;
+    va_list args;
+    va_start(args, format);
+    const bool ok = tvFormatAppendV(text, format, args);
+    va_end(args);
+    if (!ok)
+        return -1; // a bad format
+    kded::print(text);
+    return static_cast<int>(text.size());
 }
 
 // -- Prompts --
@@ -378,12 +332,11 @@ int kdedGetString(int cronly, const wchar_t* prompt, wchar_t* result, int len) {
 namespace {
 
 double tagReal(const KdDbObject* obj, int code, double dflt) {
-    std::string v(obj->tagValue(code));
-    if (v.empty())
-        return dflt;
-    char* end = nullptr;
-    const double d = std::strtod(v.c_str(), &end);
-    return end && end != v.c_str() ? d : dflt;
+    const std::string v(obj->tagValue(code));
+    const size_t start = std::min(v.find_first_not_of(" \t"), v.size());
+    double d = dflt;
+    size_t used = 0;
+    return tvParseReal(std::string_view(v).substr(start), d, &used) ? d : dflt;
 }
 
 /// Resolves a pick: the object and, when it lies in a block, the references that hold it. A

@@ -2,9 +2,9 @@
 #include "tv/KdEdInput.h"
 
 #include "tv/KdDbHandle.h"
+#include "tv/KdFormat.h"
 #include "tv/KdUtf8.h"
 
-#include <cwchar>
 #include <fstream>
 #include <sstream>
 
@@ -13,19 +13,25 @@ namespace {
 std::wstring trim(const std::wstring& s) {
     size_t b = 0;
     size_t e = s.size();
-    while (b < e && std::iswspace(s[b]))
+    while (b < e && tvIsSpace(s[b]))
         ++b;
-    while (e > b && std::iswspace(s[e - 1]))
+    while (e > b && tvIsSpace(s[e - 1]))
         --e;
     return s.substr(b, e - b);
 }
 
 std::vector<std::wstring> words(const std::wstring& s) {
     std::vector<std::wstring> out;
-    std::wistringstream in(s);
-    std::wstring w;
-    while (in >> w)
-        out.push_back(w);
+    for (size_t i = 0; i < s.size();) {
+        if (tvIsSpace(s[i])) {
+            ++i;
+            continue;
+        }
+        const size_t start = i;
+        while (i < s.size() && !tvIsSpace(s[i]))
+            ++i;
+        out.push_back(s.substr(start, i - start));
+    }
     return out;
 }
 
@@ -54,9 +60,7 @@ bool parsePoint(const std::wstring& text, double point[3]) {
         return false;
     double v[3] = {0.0, 0.0, 0.0};
     for (size_t i = 0; i < parts.size(); ++i) {
-        wchar_t* end = nullptr;
-        v[i] = std::wcstod(parts[i].c_str(), &end);
-        if (parts[i].empty() || !end || *end != L'\0')
+        if (!tvParseReal(parts[i], v[i]))
             return false;
     }
     for (int i = 0; i < 3; ++i)

@@ -6,6 +6,7 @@
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbSymbolTableRecord.h"
 #include "tv/KdEdEditor.h"
+#include "tv/KdFormat.h"
 #include "tv/KdUtf8.h"
 #include "tv/KdWcMatch.h"
 
@@ -45,9 +46,7 @@ std::wstring colorText(const KdCmColor& c) {
 std::wstring lineWeightText(int lw) {
     if (lw == KdDb::kLnWtByLwDefault)
         return L"Default";
-    wchar_t buf[32];
-    std::swprintf(buf, 32, L"%.2fmm", lw / 100.0);
-    return buf;
+    return tvFormat(L"%.2fmm", lw / 100.0);
 }
 
 class LayerCommand {
@@ -374,21 +373,25 @@ private:
         for (int i = 0; i < 7; ++i)
             if (tvEqualsNoCase(text, kColorNames[i]))
                 return color.setColorIndex(static_cast<uint16_t>(i + 1)) == Kdad::eOk;
-        wchar_t* end = nullptr;
-        const long index = std::wcstol(text.c_str(), &end, 10);
-        if (text.empty() || *end != L'\0' || index < 1 || index > 255)
+        long long index = 0;
+        if (!tvParseInt(text, index) || index < 1 || index > 255)
             return false;
         return color.setColorIndex(static_cast<uint16_t>(index)) == Kdad::eOk;
     }
 
+    /// "r,g,b", blanks allowed around the numbers.
     bool parseRgb(const std::wstring& text, KdCmColor& color) {
-        int rgb[3];
-        wchar_t tail = 0;
-        if (std::swscanf(text.c_str(), L"%d ,%d ,%d%lc", &rgb[0], &rgb[1], &rgb[2], &tail) != 3)
-            return false;
-        for (int v : rgb)
-            if (v < 0 || v > 255)
+        long long rgb[3];
+        size_t start = 0;
+        for (int i = 0; i < 3; ++i) {
+            const size_t comma = i < 2 ? text.find(L',', start) : text.size();
+            if (comma == std::wstring::npos)
                 return false;
+            if (!tvParseInt(trim(text.substr(start, comma - start)), rgb[i]) || rgb[i] < 0 ||
+                rgb[i] > 255)
+                return false;
+            start = comma + 1;
+        }
         return color.setRGB(static_cast<uint8_t>(rgb[0]), static_cast<uint8_t>(rgb[1]),
                             static_cast<uint8_t>(rgb[2])) == Kdad::eOk;
     }
@@ -436,14 +439,15 @@ private:
             return;
         int lw = KdDb::kLnWtByLwDefault;
         if (!kded::matchKeyword(kded::parseKeywords(L"Default _ Default"), text)) {
-            wchar_t* end = nullptr;
-            const double mm = std::wcstod(text.c_str(), &end);
-            std::wstring rest = end ? end : L"";
+            double mm = 0;
+            size_t used = 0;
+            const bool number = tvParseReal(text, mm, &used);
+            std::wstring rest = text.substr(used);
             if (tvEqualsNoCase(rest, L"mm"))
                 rest.clear();
             lw = static_cast<int>(std::lround(mm * 100.0));
-            if (end == text.c_str() || !rest.empty() || mm < 0 || lw < 0 ||
-                !KdDb::isValidLineWeight(lw) || std::fabs(mm * 100.0 - lw) > 1e-6) {
+            if (!number || !rest.empty() || mm < 0 || lw < 0 || !KdDb::isValidLineWeight(lw) ||
+                std::fabs(mm * 100.0 - lw) > 1e-6) {
                 refuse(L"Invalid lineweight \"" + text + L"\".");
                 return;
             }

@@ -16,7 +16,6 @@
 #include "tv/KdUtf8.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -118,9 +117,8 @@ std::string fileKey(const fs::path& file) {
 bool hasExtension(const fs::path& file, std::string_view ext) {
     const std::string e = file.extension().string();
     return e.size() == ext.size() &&
-           std::equal(e.begin(), e.end(), ext.begin(), [](char a, char b) {
-               return std::tolower(static_cast<unsigned char>(a)) == b;
-           });
+           std::equal(e.begin(), e.end(), ext.begin(),
+                      [](char a, char b) { return tvAsciiLower(a) == b; });
 }
 
 /// The file an external-reference block names (group 1 of its BLOCK record): relative paths

@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <clocale>
 #include <cstdio>
 
 KDRX_DEFINE_MEMBERS(KdRxDynamicLinker, KdRxObject)
@@ -26,9 +27,16 @@ std::string fileNameOf(const std::string& path) {
     return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+/// dlerror's text as the C locale has it: dlerror translates its message and the system's
+/// error text under the thread's locale, and the Host's messages are English and UTF-8.
 std::string dlerrorText() {
+    static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", locale_t{});
+    const locale_t previous = cLocale ? uselocale(cLocale) : locale_t{};
     const char* err = dlerror();
-    return err ? err : "unknown error";
+    std::string text = err ? err : "unknown error";
+    if (cLocale)
+        uselocale(previous);
+    return text;
 }
 
 // Calls the entry point; an exception escaping a module counts as an error answer.

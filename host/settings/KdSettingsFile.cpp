@@ -1,6 +1,7 @@
 // The settings file: text format, parser, whole-file reading and atomic replacement.
 #include "KdSettingsFile.h"
 
+#include <tv/KdFormat.h>
 #include <tv/KdUtf8.h>
 
 #include <cerrno>
@@ -62,9 +63,7 @@ void appendQuoted(std::string& out, std::wstring_view text) {
         if (simple != nullptr) {
             out += simple;
         } else {
-            char buf[16];
-            std::snprintf(buf, sizeof buf, "\\u{%X}", static_cast<unsigned>(c));
-            out += buf;
+            out += tvFormat("\\u{%X}", static_cast<unsigned>(c));
         }
     }
     flush();
@@ -83,9 +82,7 @@ void appendKey(std::string& out, const Node& node, std::wstring& path, bool isRo
         else
             appendQuoted(out, v.name);
         if (v.type == REG_DWORD) {
-            char buf[24];
-            std::snprintf(buf, sizeof buf, "=dword:%08x\n", static_cast<unsigned>(v.number));
-            out += buf;
+            out += tvFormat("=dword:%08x\n", static_cast<unsigned>(v.number));
         } else {
             out += "=sz:";
             appendQuoted(out, v.text);
@@ -352,7 +349,7 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
         // A path through a regular file names no file either.
         if (errno == ENOENT || errno == ENOTDIR)
             return FileRead::kMissing;
-        error = path + ": cannot open: " + std::strerror(errno);
+        error = path + ": cannot open: " + tvErrnoText(errno);
         return FileRead::kFailed;
     }
     struct stat st {};
@@ -367,7 +364,7 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
         if (n < 0 && errno == EINTR)
             continue;
         if (n < 0) {
-            error = path + ": cannot read: " + std::strerror(errno);
+            error = path + ": cannot read: " + tvErrnoText(errno);
             ::close(fd);
             return FileRead::kFailed;
         }

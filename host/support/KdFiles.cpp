@@ -1,6 +1,8 @@
 // Writing a file so that it is either the old one or the new one.
 #include "tv/KdFiles.h"
 
+#include "tv/KdFormat.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -85,7 +87,7 @@ void KdAtomicFileWriter::discard() {
 }
 
 bool KdAtomicFileWriter::fail(const char* what, int err) {
-    m_error = m_path + ": " + what + (err ? std::string(": ") + std::strerror(err) : "");
+    m_error = m_path + ": " + what + (err ? std::string(": ") + tvErrnoText(err) : "");
     discard();
     return false;
 }

@@ -4,7 +4,9 @@
 #include "tv/KdUtf8.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cwctype>
+#include <initializer_list>
 
 namespace {
 
@@ -195,6 +197,18 @@ wchar_t tvUpper(wchar_t c) {
     if (v >= 0x450 && v <= 0x45F)
         return static_cast<wchar_t>(v - 0x50);
     return c;
+}
+
+bool tvIsUpper(wchar_t c) {
+    if (tvUpper(c) != c)
+        return false;
+    // The lower-case partners tvUpper knows lie 0x20 (ASCII, Latin-1, Greek, most of
+    // Cyrillic), 1 (Latin Extended-A) or 0x50 (Cyrillic) above; U+0178 is the one of U+00FF.
+    const auto v = static_cast<uint32_t>(c);
+    for (uint32_t lower : {v + 0x20, v + 1, v + 0x50, uint32_t{0xFF}})
+        if (lower != v && tvUpper(static_cast<wchar_t>(lower)) == c)
+            return true;
+    return false;
 }
 
 bool tvEqualsNoCase(std::wstring_view a, std::wstring_view b) {

@@ -5,13 +5,12 @@
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbSymbolTableRecord.h"
+#include "tv/KdFormat.h"
 #include "tv/KdUtf8.h"
 #include "KdUiText.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cerrno>
-#include <cstdlib>
+#include <limits>
 
 KdUiServices::~KdUiServices() = default;
 
@@ -235,20 +234,18 @@ std::string trim(std::string_view text) {
 std::string lowerAscii(std::string_view text) {
     std::string out(text);
     for (char& c : out)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        c = tvAsciiLower(c);
     return out;
 }
 
 bool parseInt(std::string_view text, long& value) {
-    const std::string s(text);
-    if (s.empty() || std::isspace(static_cast<unsigned char>(s.front())))
+    long long v = 0;
+    if (!tvParseInt(text, v))
         return false;
-    char* end = nullptr;
-    errno = 0;
-    const long v = std::strtol(s.c_str(), &end, 10);
-    if (errno != 0 || end != s.c_str() + s.size())
-        return false;
-    value = v;
+    if constexpr (sizeof(long) < sizeof(long long))
+        if (v < std::numeric_limits<long>::min() || v > std::numeric_limits<long>::max())
+            return false;
+    value = static_cast<long>(v);
     return true;
 }
 
@@ -302,7 +299,8 @@ bool parseColorText(std::string_view text, KdCmColor& color) {
         result.setColorIndex(KdCmEntityColor::kACIbyLayer);
     } else if (word == "byblock") {
         result.setColorIndex(KdCmEntityColor::kACIbyBlock);
-    } else if (word.rfind("rgb", 0) == 0 && word.size() > 3 && !std::isalpha(word[3])) {
+    } else if (word.rfind("rgb", 0) == 0 && word.size() > 3 &&
+               !(word[3] >= 'a' && word[3] <= 'z')) {
         std::string rest = word.substr(3);
         if (!rest.empty() && rest.front() == ':')
             rest.erase(0, 1);

@@ -250,7 +250,7 @@ public:
         std::wstring path;
         if (!askText(L"Enter file to import (.las or a drawing): ", path) || path.empty())
             return;
-        std::wstring ext = std::filesystem::path(path).extension().wstring();
+        std::wstring ext = tvFromUtf8(std::filesystem::path(tvToUtf8(path)).extension().string());
         for (wchar_t& c : ext)
             c = tvUpper(c);
         if (ext == L".LAS") {

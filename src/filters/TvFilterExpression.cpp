@@ -4,9 +4,9 @@
 #include "pickers/TvLineweightText.h"
 #include "tv/KdCmColor.h"
 #include "tv/KdEdEditor.h"
+#include "tv/KdFormat.h"
 #include "tv/KdUtf8.h"
 
-#include <charconv>
 #include <cmath>
 #include <optional>
 #include <string>
@@ -69,26 +69,16 @@ std::optional<double> leadingNumber(std::wstring_view text) {
     size_t i = 0;
     while (i < text.size() && isWhite(text[i]))
         ++i;
-    if (i < text.size() && text[i] == L'+')
-        ++i;
-    std::string ascii;
-    for (; i < text.size() && text[i] > 0 && text[i] < 0x80; ++i)
-        ascii.push_back(static_cast<char>(text[i]));
     double value = 0;
-    const auto [end, ec] = std::from_chars(ascii.data(), ascii.data() + ascii.size(), value);
-    if (ec != std::errc() || end == ascii.data())
+    size_t used = 0;
+    if (!tvParseReal(text.substr(i), value, &used))
         return std::nullopt;
     return value;
 }
 
 /// `value` with `decimals` decimals ("%.*f"), the same in every locale.
 std::wstring fixedText(double value, int decimals) {
-    char buf[64];
-    const auto [end, ec] =
-        std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, decimals);
-    if (ec != std::errc())
-        return std::wstring();
-    return std::wstring(buf, end);
+    return tvFormat(L"%.*f", decimals, value);
 }
 
 /// A standard lineweight in hundredths as millimetres ("0.25"), exact by construction.

@@ -10,26 +10,31 @@
 #include "tv/KdCodePage.h"
 #include "tv/KdDbAds.h"
 #include "tv/KdFiles.h"
+#include "tv/KdFormat.h"
 #include "tv/KdUiServices.h"
 #include "tv/KdUtf8.h"
-
-#include <cwchar>
-#include <cwctype>
 
 namespace {
 
 void appendText(std::wstring& out, int code, const std::wstring& value) {
-    wchar_t head[16];
-    std::swprintf(head, 16, L"%3d\r\n", code);
-    out += head;
+    out += tvFormat(L"%3d\r\n", code);
     out += value;
     out += L"\r\n";
 }
 
 void appendInt(std::wstring& out, int code, long long value) {
-    wchar_t line[48];
-    std::swprintf(line, 48, L"%3d\r\n%lld\r\n", code, value);
-    out += line;
+    out += tvFormat(L"%3d\r\n%lld\r\n", code, value);
+}
+
+/// The value of an ASCII hexadecimal digit, or -1.
+int hexDigit(wchar_t c) {
+    if (c >= L'0' && c <= L'9')
+        return c - L'0';
+    if (c >= L'a' && c <= L'f')
+        return c - L'a' + 10;
+    if (c >= L'A' && c <= L'F')
+        return c - L'A' + 10;
+    return -1;
 }
 
 /// The text with the Host's \U+XXXX escapes (written for characters the code page lacks)
@@ -41,10 +46,12 @@ std::wstring decodeEscapes(const std::wstring& s) {
     out.reserve(s.size());
     for (size_t i = 0; i < s.size(); ++i) {
         if (s[i] == L'\\' && i + 6 < s.size() && (s[i + 1] == L'U' || s[i + 1] == L'u') &&
-            s[i + 2] == L'+' && std::iswxdigit(s[i + 3]) && std::iswxdigit(s[i + 4]) &&
-            std::iswxdigit(s[i + 5]) && std::iswxdigit(s[i + 6])) {
-            out.push_back(
-                static_cast<wchar_t>(std::wcstoul(s.substr(i + 3, 4).c_str(), nullptr, 16)));
+            s[i + 2] == L'+' && hexDigit(s[i + 3]) >= 0 && hexDigit(s[i + 4]) >= 0 &&
+            hexDigit(s[i + 5]) >= 0 && hexDigit(s[i + 6]) >= 0) {
+            int code = 0;
+            for (size_t k = i + 3; k <= i + 6; ++k)
+                code = code * 16 + hexDigit(s[k]);
+            out.push_back(static_cast<wchar_t>(code));
             i += 6;
             continue;
         }
@@ -53,9 +60,15 @@ std::wstring decodeEscapes(const std::wstring& s) {
     return out;
 }
 
-/// The standard text-to-integer rule: leading blanks, a sign, digits; anything else gives 0.
+/// The standard text-to-integer rule: leading blanks, a sign, digits (what follows them does
+/// not count); anything else, or a number beyond long long, gives 0.
 long long textToInt(const std::wstring& s) {
-    return std::wcstoll(s.c_str(), nullptr, 10);
+    size_t start = 0;
+    while (start < s.size() && tvIsSpace(s[start]))
+        ++start;
+    long long value = 0;
+    size_t used = 0;
+    return tvParseInt(std::wstring_view(s).substr(start), value, &used) ? value : 0;
 }
 
 /// Lines of the text: up to each line feed, trimmed of blanks and carriage returns (and the
@@ -105,9 +118,7 @@ bool CTvLayerStateManager::exportText(const CTvLayerState* state, std::wstring& 
         return false;
     std::wstring out;
     out.reserve(128 + layers->size() * 96);
-    wchar_t head[96];
-    std::swprintf(head, 96, L"%3d\r\nLAYERSTATEDICTIONARY\r\n%3d\r\nLAYERSTATE\r\n", 0, 0);
-    out += head;
+    out += tvFormat(L"%3d\r\nLAYERSTATEDICTIONARY\r\n%3d\r\nLAYERSTATE\r\n", 0, 0);
     appendText(out, 1, state->nameRef());
     appendInt(out, 91, static_cast<int32_t>(state->mask()));
     appendText(out, 301, state->description().str());

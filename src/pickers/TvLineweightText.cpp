@@ -4,11 +4,9 @@
 #include "common/TvResourceText.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdEditor.h"
+#include "tv/KdFormat.h"
 #include "tv/KdResbuf.h"
 #include "tv/KdadStatus.h"
-
-#include <cwchar>
-#include <iterator>
 
 namespace tv {
 namespace {
@@ -38,9 +36,7 @@ bool readShortVar(const wchar_t* name, int* value) {
 }
 
 std::wstring formatValue(const wchar_t* pattern, float value) {
-    wchar_t buf[64];
-    const int n = std::swprintf(buf, std::size(buf), pattern, static_cast<double>(value));
-    return n < 0 ? std::wstring() : std::wstring(buf, static_cast<size_t>(n));
+    return tvFormat(pattern, static_cast<double>(value));
 }
 
 std::wstring defaultWord() {

@@ -11,6 +11,7 @@ Exit 0 on success, 1 on a failure, 77 (skip) when ezdxf cannot be imported.
 """
 
 import os
+import shutil
 import subprocess
 import sys
 
@@ -117,6 +118,12 @@ def main():
     out = run_tvcad(tvcad, ["-LAYERSTATE", "Import", las, "?", "", "QUIT", "No"], None)
     if 'Layer state "Plan" imported.' not in out or "Plan\tas drawn" not in out:
         fail("the import into a new drawing failed:\n" + out)
+    # A file name beyond ASCII (UTF-8, as the script is written) imports too, in every locale.
+    named = os.path.join(WORK, "W\u00e4nde.las")
+    shutil.copyfile(las, named)
+    out = run_tvcad(tvcad, ["-LAYERSTATE", "Import", named, "?", "", "QUIT", "No"], None)
+    if 'Layer state "Plan" imported.' not in out:
+        fail("the import of %s failed:\n%s" % (named, out))
     print("layer states through tvcad checked: %d layers in the state" % layers_in_state)
     return 0
 

@@ -53,8 +53,10 @@ TVHOST_API void kdedCaptureOutput();
 /// The output collected since the last call, which empties it.
 TVHOST_API std::wstring kdedTakeCapturedOutput();
 
-/// Prints formatted text to the command line. As in the Host's other wide printf-style calls,
-/// %s and %c take wide text (wchar_t) and %hs, %hc narrow text. Returns the characters printed.
+/// Prints formatted text to the command line, formatted as tvFormat does it (tv/KdFormat.h):
+/// numbers as in the C locale whatever the process locale; as in the Host's other wide
+/// printf-style calls, %s and %c take wide text (wchar_t) and %hs, %hc narrow text (UTF-8).
+/// Returns the characters printed, or -1 (printing nothing) for a bad format.
 TVHOST_API int kdutPrintf(const wchar_t* format, ...);
 
 /// Flags of kdedInitGet.

@@ -22,3 +22,22 @@ TVHOST_API wchar_t tvUpper(wchar_t c);
 
 /// True when the two names are equal ignoring case as tvUpper folds it.
 TVHOST_API bool tvEqualsNoCase(std::wstring_view a, std::wstring_view b);
+
+/// True for an upper-case letter that tvUpper folds a lower-case one into ("A", U+00C4,
+/// U+03A3), independent of the process locale.
+TVHOST_API bool tvIsUpper(wchar_t c);
+
+/// True for the blanks of the C locale: space, tab, line feed, vertical tab, form feed and
+/// carriage return, whatever the process locale.
+constexpr bool tvIsSpace(wchar_t c) {
+    return c == L' ' || (c >= L'\t' && c <= L'\r');
+}
+
+/// ASCII case mapping of one byte; every other byte (those of UTF-8 sequences too) stays as it
+/// is, whatever the process locale.
+constexpr char tvAsciiUpper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+constexpr char tvAsciiLower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}

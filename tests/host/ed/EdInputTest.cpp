@@ -9,6 +9,8 @@
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdInput.h"
 
+#include "ScopedLocale.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -170,6 +172,35 @@ TEST_F(EdInputTest, PrintfTakesWideAndNarrowText) {
     EXPECT_EQ(kdutPrintf(L"100%%"), 4);
     std::wstring longText(5000, L'x');
     EXPECT_EQ(kdutPrintf(L"%s", longText.c_str()), 5000);
+}
+
+/// Printed UTF-8 text and numbers, and a script's point pick, under the locale in force.
+static void expectTextAndNumbersAsInC(const std::string& locale) {
+    const int n = kdutPrintf(L"%hs %s: %.2f mm, %g%%", "W\xC3\xA4nde", L"\u20ac", 0.25, 1.5);
+    const std::wstring out = kdedTakeCapturedOutput();
+    EXPECT_EQ(out, L"W\u00e4nde \u20ac: 0.25 mm, 1.5%") << locale;
+    EXPECT_EQ(n, static_cast<int>(out.size()));
+    EXPECT_EQ(kdutPrintf(L"%q %d", 1), -1); // a bad format prints nothing
+    EXPECT_EQ(kdedTakeCapturedOutput(), L"");
+    const KdEdInputEvent ev = KdEdInputSource::parseLine(L"pick 0.5,-2.25");
+    ASSERT_EQ(ev.kind, KdEdInputEvent::kPick);
+    EXPECT_TRUE(ev.hasPoint) << locale;
+    EXPECT_EQ(ev.point[0], 0.5);
+    EXPECT_EQ(ev.point[1], -2.25);
+    EXPECT_TRUE(KdEdInputSource::parseLine(L"pick 0,5,1").hasPoint); // three coordinates
+    EXPECT_TRUE(KdEdInputSource::parseLine(L"pick 0,5;1").miss);
+}
+
+// Under "C" the C library cannot convert UTF-8 at all; under German it writes "0,25".
+TEST_F(EdInputTest, PrintfIsTheSameInEveryLocale) {
+    {
+        tvtest::ScopedLocale c{"C"};
+        expectTextAndNumbersAsInC(c.name());
+    }
+    tvtest::ScopedLocale comma{tvtest::CommaDecimalPoint{}};
+    ASSERT_TRUE(comma.hasCommaDecimalPoint())
+        << "no German or French locale is installed (scripts/setup.sh makes de_DE.UTF-8)";
+    expectTextAndNumbersAsInC(comma.name());
 }
 
 /// Three blocks, each inside the next: OUTER holds MIDDLE, MIDDLE holds INNER, INNER a line.

@@ -8,6 +8,7 @@
 #include "tv/KdEdUndoController.h"
 
 #include "DrawingTestSupport.h"
+#include "ScopedLocale.h"
 
 #include <gtest/gtest.h>
 
@@ -240,3 +241,29 @@ TEST_F(EdLayerCommandTest, UndoGoesBackToTheLastMark) {
 }
 
 } // namespace
+
+// Under a locale that writes "0,25" (as Qt sets it at start-up) the answers and texts of the
+// command are still those of the C locale.
+TEST_F(EdLayerCommandTest, NumbersReadAndWrittenTheSameUnderACommaLocale) {
+    tvtest::ScopedLocale comma{tvtest::CommaDecimalPoint{}};
+    ASSERT_TRUE(comma.hasCommaDecimalPoint())
+        << "no German or French locale is installed (scripts/setup.sh makes de_DE.UTF-8)";
+    EXPECT_EQ(layer({L"_LWeight", L"0.25", L"A1", L"_LWeight", L"0.5mm", L"A2", L""}), RTNORM);
+    EXPECT_EQ(prop(L"A1", [](KdDbLayerTableRecord& l) { return int(l.lineWeight()); }), 25);
+    EXPECT_EQ(prop(L"A2", [](KdDbLayerTableRecord& l) { return int(l.lineWeight()); }), 50);
+    const std::wstring out = kdedTakeCapturedOutput();
+    EXPECT_NE(out.find(L"for lineweight 0.25mm"), std::wstring::npos) << KdString(out).utf8();
+    EXPECT_NE(out.find(L"for lineweight 0.50mm"), std::wstring::npos) << KdString(out).utf8();
+    // The locale's own form is no number here.
+    EXPECT_EQ(layer({L"_LWeight", L"0,25", L"B1", L""}), RTERROR);
+    EXPECT_EQ(layer({L"_Color", L"_Truecolor", L" 10 , 20,30 ", L"B1", L""}), RTNORM);
+    EXPECT_EQ(prop(L"B1", [](KdDbLayerTableRecord& l) { return l.color().trueColor24(); }),
+              0x0A141Eu);
+    for (const wchar_t* bad : {L"10,20", L"10,20,30,40", L"10,20,256", L"10,,30", L"a,b,c"})
+        EXPECT_EQ(layer({L"_Color", L"_Truecolor", bad, L"B1", L""}), RTERROR)
+            << KdString(bad).utf8();
+    EXPECT_EQ(kdedCommand(RTSTR, L"_-LAYER", RTSTR, L"_LWeight", RTREAL, 0.35, RTSTR, L"B1", RTSTR,
+                          L"", RTNONE),
+              RTNORM);
+    EXPECT_EQ(prop(L"B1", [](KdDbLayerTableRecord& l) { return int(l.lineWeight()); }), 35);
+}

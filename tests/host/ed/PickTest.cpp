@@ -8,6 +8,7 @@
 #include "tv/KdDbViewport.h"
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdInput.h"
+#include "tv/KdFormat.h"
 
 #include "DrawingTestSupport.h"
 #include "TempDir.h"
@@ -29,9 +30,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string num(double v) {
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "%.12g", v);
-    return buf;
+    return tvFormat("%.12g", v);
 }
 
 /// One DXF record: "0 TYPE" and its groups, written "code value, code value ...".

@@ -5,6 +5,7 @@
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbViewport.h"
+#include "tv/KdFormat.h"
 #include "tv/KdLyLayerFilter.h"
 #include "tv/KdLyLayerFilterManager.h"
 #include "tv/KdUtf8.h"
@@ -176,9 +177,7 @@ TEST_F(FilterExpressionTest, ValueFieldsSelectByTheLayerProperties) {
         }
 
         const int lw = layer.lineWeight();
-        wchar_t mm[32];
-        std::swprintf(mm, 32, L"%.2f", lw / 100.0);
-        const std::wstring lwText = lw < 0 ? L"-0.03" : mm;
+        const std::wstring lwText = lw < 0 ? L"-0.03" : tvFormat(L"%.2f", lw / 100.0);
         EXPECT_EQ(admitted((L"LINEWEIGHT==\"" + lwText + L"\"").c_str()),
                   where([&](const KdDbLayerTableRecord& l) { return l.lineWeight() == lw; }));
 

@@ -2,6 +2,7 @@
 #include "pickers/TvLineweightText.h"
 
 #include "ModuleResources.h"
+#include "ScopedLocale.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdEditor.h"
@@ -82,4 +83,18 @@ TEST(LineweightText, DialogTextShowsTheDefaultWordBelowOne) {
     // The dialog's unit is its own flag, not the drawing's variable.
     kdedSetCurrentDatabase(nullptr);
     EXPECT_EQ(tv::lineweightDialogText(50, false), L"0.020\"");
+}
+
+// The lists and the dialog write "0.25 mm" also where the locale writes "0,25".
+TEST_F(LineweightTextDrawing, TextsAreTheSameUnderACommaLocale) {
+    ASSERT_TRUE(m_res.loaded());
+    tvtest::ScopedLocale comma{tvtest::CommaDecimalPoint{}};
+    ASSERT_TRUE(comma.hasCommaDecimalPoint())
+        << "no German or French locale is installed (scripts/setup.sh makes de_DE.UTF-8)";
+    setUnits(1);
+    EXPECT_EQ(tv::lineweightListText(25), L"0.25 mm");
+    EXPECT_EQ(tv::lineweightDialogText(25, true), L"0.25 mm");
+    setUnits(0);
+    EXPECT_EQ(tv::lineweightListText(211), L"0.083 \"");
+    EXPECT_EQ(tv::lineweightDialogText(211, false), L"0.083\"");
 }
