@@ -23,7 +23,10 @@ void CQdUiDialog::onInitDialog() {
 }
 
 void CQdUiDialog::prepareFirstShow() {
-    // The layout's first size is the smallest the dialog may take.
-    adjustSize();
-    setMinimumSize(size());
+    // The size the layout asks for is the smallest the dialog may take; a dialog that chose a
+    // larger size for itself opens at that size.
+    const QSize laidOut = sizeHint().expandedTo(minimumSizeHint());
+    if (!testAttribute(Qt::WA_Resized))
+        resize(laidOut);
+    setMinimumSize(laidOut.boundedTo(size()));
 }

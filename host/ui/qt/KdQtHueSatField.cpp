@@ -47,12 +47,15 @@ void KdQtHueSatField::paintEvent(QPaintEvent*) {
     }
     QPainter p(this);
     p.drawImage(0, 0, m_field);
+    // A ring, black around white, that shows on every colour and at the edges too.
     const QPoint c = pointOf(m_hue, m_saturation);
-    p.setPen(QPen(Qt::black, 1));
-    p.drawLine(c.x() - 8, c.y(), c.x() - 3, c.y());
-    p.drawLine(c.x() + 3, c.y(), c.x() + 8, c.y());
-    p.drawLine(c.x(), c.y() - 8, c.x(), c.y() - 3);
-    p.drawLine(c.x(), c.y() + 3, c.x(), c.y() + 8);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setBrush(Qt::NoBrush);
+    p.setPen(QPen(Qt::black, 3));
+    p.drawEllipse(c, 5, 5);
+    p.setPen(QPen(Qt::white, 1.5));
+    p.drawEllipse(c, 5, 5);
+    p.setRenderHint(QPainter::Antialiasing, false);
     p.setPen(palette().color(QPalette::Shadow));
     p.drawRect(rect().adjusted(0, 0, -1, -1));
 }

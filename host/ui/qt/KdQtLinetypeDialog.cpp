@@ -1,6 +1,7 @@
 // KdQtLinetypeDialog: the drawing's linetypes with a drawn sample of each.
 #include "tv/qt/KdQtLinetypeDialog.h"
 
+#include <QApplication>
 #include <QDialogButtonBox>
 #include <QHeaderView>
 #include <QLabel>
@@ -25,10 +26,12 @@ public:
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override {
+        // The item's panel (selection, hover) from the style; the pattern drawn here.
         QStyleOptionViewItem opt = option;
         initStyleOption(&opt, index);
-        opt.text.clear();
-        QStyledItemDelegate::paint(painter, opt, index);
+        const QWidget* widget = opt.widget;
+        QStyle* style = widget ? widget->style() : QApplication::style();
+        style->drawPrimitive(QStyle::PE_PanelItemViewItem, &opt, painter, widget);
         const QList<double> elements = index.data(kElementsRole).value<QList<double>>();
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing, false);

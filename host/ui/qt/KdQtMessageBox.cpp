@@ -163,6 +163,8 @@ QString kdQtFileDialog(QWidget* parent, bool save, const QString& title, const Q
             dialog.selectFile(info.fileName());
         }
     }
+    // Wide enough for a file's name, size, type and date side by side.
+    dialog.resize(dialog.sizeHint().expandedTo(QSize(760, 460)));
     const QString placementName = QString::fromWCharArray(kFileDialogName);
     if (const std::optional<QRect> stored = kdQtReadPlacement(placementName)) {
         if (const std::optional<QRect> fitted =
