@@ -12,6 +12,7 @@
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdCommandStack.h"
+#include "tv/KdEdEditor.h"
 #include "tv/KdProfile.h"
 #include "tv/KdRxDynamicLinker.h"
 #include "tv/KdUiServices.h"
@@ -19,6 +20,7 @@
 #include "tv/qt/KdQtHost.h"
 #include "tv/qt/KdQtMessageBox.h"
 
+#include <QAbstractButton>
 #include <QAbstractSpinBox>
 #include <QApplication>
 #include <QCloseEvent>
@@ -51,10 +53,12 @@ QString caption() {
     return QString::fromWCharArray(kKdUiCaption);
 }
 
-/// Widgets that take typed text themselves; keys typed elsewhere go to the command line.
-bool takesText(const QWidget* w) {
+/// Widgets that take keys themselves (text, a menu bar walked with the keyboard, a button's
+/// space bar); keys typed elsewhere go to the command line.
+bool takesKeys(const QWidget* w) {
     if (qobject_cast<const QLineEdit*>(w) || qobject_cast<const QAbstractSpinBox*>(w) ||
-        qobject_cast<const QComboBox*>(w))
+        qobject_cast<const QComboBox*>(w) || qobject_cast<const QMenuBar*>(w) ||
+        qobject_cast<const QAbstractButton*>(w))
         return true;
     if (const auto* text = qobject_cast<const QTextEdit*>(w))
         return !text->isReadOnly();
@@ -113,6 +117,17 @@ TvCadMainWindow::TvCadMainWindow(TvCadApp& app, QWidget* parent) : QMainWindow(p
     auto* toLayers = new QShortcut(QKeySequence(Qt::ALT | Qt::Key_L), this);
     connect(toLayers, &QShortcut::activated, this,
             [this] { m_layerControl->setFocus(Qt::ShortcutFocusReason); });
+
+    // A dialog that changed the layer table while its command still runs (tvSetLayerTableChanges)
+    // is shown at once, not only when the command ends.
+    m_layerTableChanges = kdedLayerTableChangeCount();
+    auto* watch = new QTimer(this);
+    watch->setInterval(200);
+    connect(watch, &QTimer::timeout, this, [this] {
+        if (kdedLayerTableChangeCount() != m_layerTableChanges)
+            refresh();
+    });
+    watch->start();
 
     qApp->installEventFilter(this);
     restorePlacement();
@@ -306,6 +321,7 @@ void TvCadMainWindow::refresh() {
             rememberDrawing(ec ? std::filesystem::path(file).wstring() : absolute.wstring());
         }
     }
+    m_layerTableChanges = kdedLayerTableChangeCount();
     m_layers->reload(db);
     m_layerControl->showCurrentLayer();
     setWindowTitle(drawingTitle() + QStringLiteral("[*] - ") + caption());
@@ -478,7 +494,7 @@ bool TvCadMainWindow::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() != QEvent::KeyPress || !watched->isWidgetType())
         return QMainWindow::eventFilter(watched, event);
     auto* widget = static_cast<QWidget*>(watched);
-    if (widget->window() != this || takesText(widget))
+    if (widget->window() != this || takesKeys(widget))
         return QMainWindow::eventFilter(watched, event);
     auto* key = static_cast<QKeyEvent*>(event);
     if (key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))

@@ -82,6 +82,7 @@ private:
     KdDbDatabase* m_shownDrawing = nullptr;
     TvCadDrawingSummary m_summary;
     std::string m_shownFile;
+    int m_layerTableChanges = 0;
     bool m_quitting = false;
     bool m_closeAfterCommand = false;
 };

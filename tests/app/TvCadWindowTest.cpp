@@ -306,6 +306,25 @@ TEST_F(Window, TheKeyboardBrowsesTheLayerControlAndEnterChooses) {
     EXPECT_EQ(currentLayer(), QStringLiteral("0"));
 }
 
+TEST_F(Window, ADialogsLayerChangesShowWhileItsCommandStillRuns) {
+    // As a dialog does on OK: the layer record changed, then tvSetLayerTableChanges.
+    {
+        KdDbLayerTable* table = nullptr;
+        KdDbLayerTableRecord* record = nullptr;
+        ASSERT_EQ(app->database()->getSymbolTable(table, KdDb::kForRead), Kdad::eOk);
+        ASSERT_EQ(table->getAt(tvFromUtf8(kLayer).c_str(), record, KdDb::kForWrite), Kdad::eOk);
+        record->setIsLocked(true);
+        record->close();
+        table->close();
+    }
+    const int row = window->layerModel().rowOf(QString::fromLatin1(kLayer));
+    wait(300);
+    EXPECT_FALSE(window->layerModel().rows()[size_t(row)].locked) << "nothing said yet";
+    tvSetLayerTableChanges();
+    wait(300);
+    EXPECT_TRUE(window->layerModel().rows()[size_t(row)].locked);
+}
+
 TEST_F(Window, SaveAsFromTheMenuWritesTheChosenFile) {
     type({QStringLiteral("-LAYER"), QStringLiteral("Freeze"), QString::fromLatin1(kLayer),
           QString()});

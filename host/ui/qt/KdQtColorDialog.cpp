@@ -285,7 +285,7 @@ QWidget* KdQtColorDialog::makeTrueColorPage() {
     numbers->addRow(tr("L&uminance:"), m_lum);
     numbers->addRow(tr("&Red:"), m_red);
     numbers->addRow(tr("&Green:"), m_green);
-    numbers->addRow(tr("Bl&ue:"), m_blue);
+    numbers->addRow(tr("B&lue:"), m_blue);
     numbers->addRow(tr("&Color:"), m_rgbEdit);
     auto* layout = new QHBoxLayout(page);
     layout->addWidget(m_hueSat, 1);
@@ -383,6 +383,11 @@ void KdQtColorDialog::onInitDialog() {
     m_oldSwatch->setColor(shownColor(m_initial, m_layerColor));
     setColor(m_color);
     CQdUiDialog::onInitDialog();
+    // The keyboard starts where the colour is chosen on the page shown, not on the tabs.
+    QWidget* first = m_tabs->currentIndex() == 2   ? static_cast<QWidget*>(m_bookColors)
+                     : m_tabs->currentIndex() == 1 ? static_cast<QWidget*>(m_rgbEdit)
+                                                   : static_cast<QWidget*>(m_grid);
+    first->setFocus(Qt::OtherFocusReason);
 }
 
 void KdQtColorDialog::setColor(const KdCmColor& color) {
