@@ -1,8 +1,10 @@
 // tvcad: the Host application, as a window or on the console.
 //   tvcad [--script FILE | --console] [--module PATH]... [--no-module] [DRAWING.dxf]
 #include "TvCadApp.h"
+#ifdef TV_WITH_WINDOW
 #include "TvCadDisplay.h"
 #include "TvCadWindowMain.h"
+#endif
 
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdInput.h"
@@ -71,6 +73,7 @@ int main(int argc, char** argv) {
     if (defaultModule && modules.empty())
         modules.push_back("TvLayerManager.krx");
 
+#ifdef TV_WITH_WINDOW
     if (script.empty() && !console) {
         std::string why;
         if (tvcad::windowSystemAvailable(&why))
@@ -78,6 +81,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "tvcad: %s; working on the console (--console does so at once).\n",
                      why.c_str());
     }
+#else
+    (void)console; // built without its window: the console is all there is
+#endif
 
     KdEdScriptInput scriptInput;
     KdEdFileInput stdinInput(stdin);
