@@ -3,17 +3,16 @@
 
 #include "TvCadLayerModel.h"
 
+#include "tv/qt/KdQtDrawnItemDelegate.h"
 #include "tv/qt/KdQtHost.h"
 
 #include <QAbstractItemView>
-#include <QApplication>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QStylePainter>
-#include <QStyledItemDelegate>
 
 namespace tvcad {
 namespace {
@@ -52,22 +51,13 @@ void paintRow(QPainter& p, const QRect& rect, const QModelIndex& index, const QP
                p.fontMetrics().elidedText(text, Qt::ElideRight, name.width()));
 }
 
-class LayerDelegate : public QStyledItemDelegate {
+class LayerDelegate : public KdQtDrawnItemDelegate {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using KdQtDrawnItemDelegate::KdQtDrawnItemDelegate;
 
-    void paint(QPainter* painter, const QStyleOptionViewItem& option,
-               const QModelIndex& index) const override {
-        // The item's panel (selection, hover) from the style; the row itself drawn here.
-        QStyleOptionViewItem opt = option;
-        initStyleOption(&opt, index);
-        const QWidget* widget = opt.widget;
-        QStyle* style = widget ? widget->style() : QApplication::style();
-        style->drawPrimitive(QStyle::PE_PanelItemViewItem, &opt, painter, widget);
-        painter->save();
-        paintRow(*painter, option.rect, index, option.palette,
-                 option.state & QStyle::State_Selected);
-        painter->restore();
+    void paintContents(QPainter& painter, const QStyleOptionViewItem& option,
+                       const QModelIndex& index, bool selected) const override {
+        paintRow(painter, option.rect, index, option.palette, selected);
     }
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
         const QSize text = QStyledItemDelegate::sizeHint(option, index);

@@ -1,14 +1,14 @@
 // KdQtLinetypeDialog: the drawing's linetypes with a drawn sample of each.
 #include "tv/qt/KdQtLinetypeDialog.h"
 
-#include <QApplication>
+#include "tv/qt/KdQtDrawnItemDelegate.h"
+
 #include <QDialogButtonBox>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
 #include <QPushButton>
-#include <QStyledItemDelegate>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -20,26 +20,17 @@ constexpr int kDescriptionColumn = 2;
 constexpr int kElementsRole = Qt::UserRole + 1;
 
 /// Draws the pattern kept in the item in place of text.
-class SampleDelegate : public QStyledItemDelegate {
+class SampleDelegate : public KdQtDrawnItemDelegate {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using KdQtDrawnItemDelegate::KdQtDrawnItemDelegate;
 
-    void paint(QPainter* painter, const QStyleOptionViewItem& option,
-               const QModelIndex& index) const override {
-        // The item's panel (selection, hover) from the style; the pattern drawn here.
-        QStyleOptionViewItem opt = option;
-        initStyleOption(&opt, index);
-        const QWidget* widget = opt.widget;
-        QStyle* style = widget ? widget->style() : QApplication::style();
-        style->drawPrimitive(QStyle::PE_PanelItemViewItem, &opt, painter, widget);
+    void paintContents(QPainter& painter, const QStyleOptionViewItem& option,
+                       const QModelIndex& index, bool selected) const override {
         const QList<double> elements = index.data(kElementsRole).value<QList<double>>();
-        painter->save();
-        painter->setRenderHint(QPainter::Antialiasing, false);
-        const bool selected = option.state & QStyle::State_Selected;
-        painter->setPen(
+        painter.setRenderHint(QPainter::Antialiasing, false);
+        painter.setPen(
             QPen(option.palette.color(selected ? QPalette::HighlightedText : QPalette::Text), 1.5));
-        kdQtDrawLinetype(*painter, option.rect.adjusted(4, 0, -4, 0), elements);
-        painter->restore();
+        kdQtDrawLinetype(painter, option.rect.adjusted(4, 0, -4, 0), elements);
     }
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
         return QStyledItemDelegate::sizeHint(option, index).expandedTo(QSize(160, 18));
