@@ -7,9 +7,9 @@
 
 /// Index colours 1..255 as cells: the 240 colours 10..249 in 24 columns of one hue each
 /// (bright and strong at the top, pale at the bottom), below them the standard colours 1..9
-/// and the greys 250..255. A click or Enter chooses a colour; the arrow keys move through the
-/// cells. The chosen colour is framed; 0 means none is chosen (by layer, by block, a true
-/// colour).
+/// and the greys 250..255. A click, the space bar or an arrow key (moving through the cells)
+/// chooses a colour. The chosen colour is framed; 0 means none is chosen (by layer, by block,
+/// a true colour).
 class TVHOSTUI_API KdQtIndexColorGrid : public QWidget {
     Q_OBJECT
 public:
@@ -28,7 +28,7 @@ public:
     QSize minimumSizeHint() const override;
 
 signals:
-    /// The user chose a colour (click, Enter).
+    /// The user chose a colour (click, space bar, arrow key).
     void indexChosen(int index);
     /// The pointer or the keyboard rests on a colour (0: on none).
     void indexHovered(int index);
