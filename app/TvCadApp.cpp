@@ -10,6 +10,7 @@
 #include "tv/KdEdInput.h"
 #include "tv/KdEdUndoController.h"
 #include "tv/KdRxDynamicLinker.h"
+#include "tv/KdUiServices.h"
 #include "tv/KdUtf8.h"
 
 #include <algorithm>
@@ -162,6 +163,7 @@ int TvCadApp::run(KdEdInputSource& input) {
 
 bool TvCadApp::runCommand(const std::wstring& typed) {
     static const HostCommand kHostCommands[] = {
+        {L"NEW", &TvCadApp::cmdNew},
         {L"OPEN", &TvCadApp::cmdOpen},
         {L"SAVE", &TvCadApp::cmdSave},
         {L"SAVEAS", &TvCadApp::cmdSaveAs},
@@ -216,6 +218,22 @@ bool TvCadApp::runCommand(const std::wstring& typed) {
 bool TvCadApp::settleChanges() {
     if (!m_db || !m_db->isModified())
         return true;
+    if (kdUiServices()->hasWindow()) {
+        const std::wstring question = L"Save changes to " + drawingName() + L"?";
+        const int answer = kdedMessageBox(question.c_str(), MB_YESNOCANCEL, MB_ICONQUESTION);
+        if (answer == IDCANCEL)
+            return false;
+        if (answer == IDNO)
+            return true;
+        if (!m_db->fileName().empty())
+            return saveTo(m_db->fileName());
+        KdString path;
+        const KdString title(L"Save Drawing As");
+        const KdString filters(L"Drawings (*.dxf)|*.dxf");
+        if (!kdUiServices()->getSaveFileName(title, KdString(), filters, KdString(L"dxf"), path))
+            return false;
+        return saveTo(tvToUtf8(path.str()));
+    }
     wchar_t answer[16];
     kdedInitGet(0, L"Yes No Cancel _ Yes No Cancel");
     const int rc = kdedGetKword(
@@ -229,6 +247,14 @@ bool TvCadApp::settleChanges() {
     return saveTo(m_db->fileName());
 }
 
+bool TvCadApp::cmdNew() {
+    if (!settleChanges())
+        return true;
+    newDrawing();
+    say(L"Started " + drawingName() + L".\n");
+    return true;
+}
+
 bool TvCadApp::cmdOpen() {
     std::wstring path;
     if (!askText(L"Enter name of drawing to open: ", path) || path.empty())
@@ -237,7 +263,10 @@ bool TvCadApp::cmdOpen() {
         return true;
     std::string error;
     if (!openDrawing(tvToUtf8(path), &error)) {
-        say(L"Cannot open the drawing: " + tvFromUtf8(error) + L"\n");
+        const std::wstring message = L"Cannot open the drawing: " + tvFromUtf8(error);
+        say(message + L"\n");
+        if (kdUiServices()->hasWindow())
+            kdedMessageBox(message.c_str(), MB_OK, MB_ICONERROR);
         return false;
     }
     say(L"Opened " + drawingName() + L".\n");
@@ -338,7 +367,7 @@ bool TvCadApp::cmdLayout() {
 }
 
 bool TvCadApp::cmdHelp() {
-    say(L"Host commands: OPEN SAVE SAVEAS QUIT -LAYER LAYISO LAYUNISO U LAYOUT -PURGE "
+    say(L"Host commands: NEW OPEN SAVE SAVEAS QUIT -LAYER LAYISO LAYUNISO U LAYOUT -PURGE "
         L"LOADMODULE UNLOADMODULE HELP, and system variables by name\n");
     KdEdCommandStack* stack = kdedCommandStack();
     if (!stack)

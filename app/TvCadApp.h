@@ -48,6 +48,7 @@ public:
     bool quitRequested() const { return m_quit; }
 
 private:
+    bool cmdNew();
     bool cmdOpen();
     bool cmdSave();
     bool cmdSaveAs();
@@ -62,8 +63,9 @@ private:
     bool cmdPurge();
 
     bool saveTo(const std::string& path);
-    /// When the drawing has unsaved changes, asks whether to save them first; false when the
-    /// user cancels (or saving fails), so that the caller keeps the drawing.
+    /// When the drawing has unsaved changes, asks whether to save them first (in a message box
+    /// when the UI services show windows); false when the user cancels (or saving fails), so
+    /// that the caller keeps the drawing.
     bool settleChanges();
     void replaceDrawing(std::unique_ptr<KdDbDatabase> db);
     std::string resolveModule(const std::string& name) const;

@@ -1,6 +1,10 @@
-// tvcad: the Host application, console version.
-//   tvcad [--script FILE] [--module PATH]... [--no-module] [DRAWING.dxf]
+// tvcad: the Host application, as a window or on the console.
+//   tvcad [--script FILE | --console] [--module PATH]... [--no-module] [DRAWING.dxf]
 #include "TvCadApp.h"
+#ifdef TV_WITH_WINDOW
+#include "TvCadDisplay.h"
+#include "TvCadWindowMain.h"
+#endif
 
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdInput.h"
@@ -19,9 +23,12 @@
 namespace {
 
 const char kUsage[] =
-    "usage: tvcad [--script FILE] [--module PATH]... [--no-module] [DRAWING.dxf]\n"
-    "  Opens the drawing (a new one without), loads the layer manager module and runs the\n"
-    "  commands of FILE, or those typed on standard input, until QUIT or the end of input.\n"
+    "usage: tvcad [--script FILE | --console] [--module PATH]... [--no-module] [DRAWING.dxf]\n"
+    "  Opens the drawing (a new one without) in a window, loads the layer manager module and\n"
+    "  works from the window's command line, menus and toolbars.\n"
+    "  --script FILE  run the commands of FILE on the console instead, until QUIT or its end\n"
+    "  --console      run the commands typed on standard input on the console instead (also\n"
+    "                 what happens when no display can be opened)\n"
     "  --module PATH  load this module instead of TvLayerManager.krx (may be repeated)\n"
     "  --no-module    load no module\n";
 
@@ -48,10 +55,13 @@ int main(int argc, char** argv) {
     std::string drawing;
     std::vector<std::string> modules;
     bool defaultModule = true;
+    bool console = false;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if ((arg == "--script" || arg == "--module") && i + 1 < argc) {
             (arg == "--script" ? script : modules.emplace_back()) = argv[++i];
+        } else if (arg == "--console") {
+            console = true;
         } else if (arg == "--no-module") {
             defaultModule = false;
         } else if (arg == "-h" || arg == "--help") {
@@ -66,6 +76,18 @@ int main(int argc, char** argv) {
     }
     if (defaultModule && modules.empty())
         modules.push_back("TvLayerManager.krx");
+
+#ifdef TV_WITH_WINDOW
+    if (script.empty() && !console) {
+        std::string why;
+        if (tvcad::windowSystemAvailable(&why))
+            return tvcad::runWindow(argc, argv, drawing, modules, moduleFolders());
+        std::fprintf(stderr, "tvcad: %s; working on the console (--console does so at once).\n",
+                     why.c_str());
+    }
+#else
+    (void)console; // built without its window: the console is all there is
+#endif
 
     KdEdScriptInput scriptInput;
     KdEdFileInput stdinInput(stdin);

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The main job: builds tvcad and the layer manager module, then runs tvcad on the bundled
 # sample drawing with the demonstration script samples/demo.scr and saves a copy.
-# With arguments, runs tvcad with them instead (for example: scripts/run.sh my.dxf, then type
-# commands; or scripts/run.sh --script my.scr my.dxf).
+# With arguments, runs tvcad with them instead (for example: scripts/run.sh my.dxf opens it in
+# the window; scripts/run.sh --console my.dxf or --script my.scr my.dxf work on the console).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh

@@ -14,6 +14,10 @@
 
 KdUiServices::~KdUiServices() = default;
 
+bool KdUiServices::hasWindow() const {
+    return false;
+}
+
 namespace {
 
 /// Used while no UI is installed: every prompt is closed as if the user cancelled it.

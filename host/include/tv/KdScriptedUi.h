@@ -79,6 +79,9 @@ public:
     std::string problems() const;
     /// Forgets queue, errors and log.
     void reset();
+    /// Whether these services claim to show windows (hasWindow), so that tests reach the
+    /// window forms of commands with scripted answers; false by default.
+    void setHasWindow(bool hasWindow) { m_hasWindow = hasWindow; }
 
     // -- KdUiServices --
     int messageBox(const KdString& text, const KdString& caption, int buttons, int icon) override;
@@ -91,6 +94,7 @@ public:
     bool chooseColor(KdCmColor& color, unsigned flags, const KdCmColor& currentLayerColor) override;
     bool chooseLinetype(const std::vector<KdString>& names, const KdString& initial,
                         KdString& chosen) override;
+    bool hasWindow() const override { return m_hasWindow; }
 
 private:
     /// The head of the queue when it matches the prompt, else null (and an error recorded).
@@ -106,6 +110,7 @@ private:
     std::deque<KdUiScriptedAnswer> m_queue;
     std::vector<std::string> m_errors;
     std::vector<KdUiPromptRecord> m_log;
+    bool m_hasWindow = false;
 };
 
 /// Describes a queued answer for messages: "message box 'Replace' answered yes (line 3)".

@@ -90,6 +90,10 @@ public:
     /// as spelled in `names`. An empty list lets any name be entered.
     virtual bool chooseLinetype(const std::vector<KdString>& names, const KdString& initial,
                                 KdString& chosen) = 0;
+
+    /// True when these services show windows, so that a command may open a dialog where it
+    /// would otherwise ask on the command line. False for the console and scripted services.
+    virtual bool hasWindow() const;
 };
 
 /// The current UI services of the Host; never null. Until kdSetUiServices installs one, every
