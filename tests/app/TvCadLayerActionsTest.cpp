@@ -3,7 +3,7 @@
 #include "TvCadLayerActions.h"
 #include "DxfGenerator.h"
 
-#include "host/db/DrawingTestSupport.h"
+#include "DrawingTestSupport.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"
 #include "tv/KdEdEditor.h"

@@ -6,7 +6,7 @@
 #include "TvCadDrawingSummary.h"
 #include "TvCadRecentFiles.h"
 
-#include "host/settings/SettingsTestSupport.h"
+#include "SettingsTest.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdEdEditor.h"
 #include "tv/KdEdInput.h"

@@ -12,7 +12,7 @@
 #include "TvCadMainWindow.h"
 #include "TvCadTextWindow.h"
 #include "TvCadWindowOutput.h"
-#include "host/settings/SettingsTestSupport.h"
+#include "SettingsTest.h"
 
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbLayerTableRecord.h"

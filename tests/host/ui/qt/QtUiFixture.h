@@ -2,7 +2,7 @@
 // every dialog a test expected opened and closed in time.
 #pragma once
 
-#include "host/settings/SettingsTestSupport.h"
+#include "SettingsTest.h"
 
 #include "tv/qt/KdQtDialogDriver.h"
 #include "tv/qt/KdQtUiServices.h"
