@@ -4,26 +4,15 @@
 #include "tv/KdDbBlockTableRecord.h"
 #include "tv/KdDbDatabase.h"
 #include "tv/KdDbEntity.h"
+#include "tv/KdFormat.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <string_view>
 
 namespace tvcad {
 namespace {
 
-/// A DXF number, whatever the locale.
-bool number(std::string_view text, double& value) {
-    while (!text.empty() && text.front() == ' ')
-        text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\r'))
-        text.remove_suffix(1);
-    if (!text.empty() && text.front() == '+')
-        text.remove_prefix(1);
-    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return ec == std::errc() && end == text.data() + text.size() && std::isfinite(value);
-}
 
 void add(std::optional<TvCadExtents>& box, double x, double y) {
     if (!box) {
@@ -47,12 +36,12 @@ void addPoints(const KdDbEntity& entity, std::optional<TvCadExtents>& box) {
         if (code == 1001)
             break; // extended data carries points that are not drawn
         if (code == 40 && round)
-            number(tags[i].value(), radius);
+            tvParseDxfReal(tags[i].value(), radius);
         if (code < 10 || code > 18 || i + 1 == tags.size() || tags[i + 1].code != code + 10)
             continue;
         double x = 0;
         double y = 0;
-        if (number(tags[i].value(), x) && number(tags[i + 1].value(), y)) {
+        if (tvParseDxfReal(tags[i].value(), x) && tvParseDxfReal(tags[i + 1].value(), y)) {
             if (round && code == 10)
                 centre = {x, y};
             else

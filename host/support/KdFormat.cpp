@@ -613,6 +613,15 @@ bool tvParseReal(std::wstring_view text, double& value, size_t* used) {
     return parseWide(text, value, used);
 }
 
+bool tvParseDxfReal(std::string_view text, double& value) {
+    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
+    while (!text.empty() && blank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && blank(text.back()))
+        text.remove_suffix(1);
+    return tvParseReal(text, value);
+}
+
 std::string tvErrnoText(int error) {
     // Made once and kept to the end of the process; strerror_l reads it from any thread.
     static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", locale_t{});

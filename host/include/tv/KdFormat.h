@@ -72,6 +72,10 @@ TVHOST_API bool tvParseInt(std::wstring_view text, long long& value, size_t* use
 TVHOST_API bool tvParseReal(std::string_view text, double& value, size_t* used = nullptr);
 TVHOST_API bool tvParseReal(std::wstring_view text, double& value, size_t* used = nullptr);
 
+/// A real as a DXF group value holds it: tvParseReal's number with the blanks (spaces, tabs, a
+/// carriage return) that other programs write around it.
+TVHOST_API bool tvParseDxfReal(std::string_view text, double& value);
+
 // -- System messages --
 
 /// The C library's text for an errno value as the C locale has it ("No such file or

@@ -2,6 +2,7 @@
 #include "tv/qt/KdQtLinetypePattern.h"
 
 #include "tv/KdDbDatabase.h"
+#include "tv/KdFormat.h"
 #include "tv/KdDbSymbolTable.h"
 #include "tv/KdDbSymbolTableRecord.h"
 #include "tv/KdUtf8.h"
@@ -9,24 +10,11 @@
 #include <QPainter>
 #include <QRect>
 
-#include <charconv>
 #include <cmath>
 
 namespace {
 
 constexpr int kElementCode = 49; // one dash, gap or dot of the pattern
-
-/// A DXF number; locale-independent.
-bool parseNumber(std::string_view text, double& value) {
-    while (!text.empty() && text.front() == ' ')
-        text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\r'))
-        text.remove_suffix(1);
-    if (!text.empty() && text.front() == '+')
-        text.remove_prefix(1);
-    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return ec == std::errc() && end == text.data() + text.size() && std::isfinite(value);
-}
 
 } // namespace
 
@@ -44,7 +32,7 @@ QList<KdQtLinetypePattern> kdQtLinetypePatterns(KdDbDatabase* db,
             pattern.description = QString::fromStdWString(record->comments().str());
             for (const KdDbTag& tag : record->tags()) {
                 double value = 0;
-                if (tag.code == kElementCode && parseNumber(tag.value(), value))
+                if (tag.code == kElementCode && tvParseDxfReal(tag.value(), value))
                     pattern.elements.append(value);
             }
             record->close();

@@ -332,6 +332,18 @@ TEST(KdParse, RealsThatLeadAText) {
     EXPECT_EQ(v, 25.0);
 }
 
+TEST(KdParse, DxfValuesMayHaveBlanksAround) {
+    double v = 0;
+    EXPECT_TRUE(tvParseDxfReal("  0.25\r", v));
+    EXPECT_EQ(v, 0.25);
+    EXPECT_TRUE(tvParseDxfReal("\t+1e2 ", v));
+    EXPECT_EQ(v, 100.0);
+    v = 7;
+    for (const char* bad : {"", "   ", "1 2", "0,25", " nan", "+ 1", "1e999"})
+        EXPECT_FALSE(tvParseDxfReal(bad, v)) << bad;
+    EXPECT_EQ(v, 7);
+}
+
 TEST(KdParse, WhatIsWrittenIsReadBack) {
     for (double v : kReals) {
         if (!std::isfinite(v))
